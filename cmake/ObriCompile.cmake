@@ -24,6 +24,17 @@ if(OBRI_SANITIZE)
     add_link_options(-fsanitize=${OBRI_SANITIZE})
 endif()
 
+# A camera program reads what a USB device sends: the usual guards, in every build that may be shipped.
+if(NOT OBRI_SANITIZE AND NOT CMAKE_BUILD_TYPE STREQUAL Debug)
+    add_compile_options(-fstack-protector-strong -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2)
+    include(CheckCXXCompilerFlag)
+    check_cxx_compiler_flag(-fcf-protection OBRI_HAVE_CET)
+    if(OBRI_HAVE_CET)
+        add_compile_options(-fcf-protection)
+    endif()
+    add_link_options(-Wl,-z,relro,-z,now)
+endif()
+
 find_package(PkgConfig REQUIRED)
 find_package(Threads REQUIRED)
 
