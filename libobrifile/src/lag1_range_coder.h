@@ -1,0 +1,58 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+
+namespace libobrifile {
+
+/// Scaled frequencies of one image sum to 1 << FRACTIONAL_BITS.
+constexpr int FRACTIONAL_BITS = 20;
+
+/// What the encoder knows of one sample value: its slice of the 2^20 wide probability scale.
+struct EncoderPair {
+    int probability;  ///< width of the slice; 0 when the value does not occur
+    int cprobability; ///< start of the slice: the widths of all values before it in table order
+};
+
+/// One row of the decoder's table, in table order.
+struct DecoderPair {
+    int decoded_value; ///< 0..65535
+    int cprobability;  ///< start of the value's slice (its width while the table is being prepared)
+};
+
+/// Codes length samples (1 or more) into dest and returns the number of bytes written.
+///
+/// @param dest           room for 3 * length + 4 bytes; a static table needs far less on the average.
+/// @param encoder_table  65536 entries by sample value; every sample's probability is 1 or more and
+///                       all of them sum to 2^20, otherwise the process ends ("range != 0").
+///
+/// Allocates nothing. Any thread.
+int RangeCompress(const unsigned short* src, void* dest, int length, EncoderPair* encoder_table);
+
+/// As above, but gives up once `room` bytes cannot hold the code.
+///
+/// @param dest  room + sRangeCodeSlack bytes; what lies there is not a code when it was given up.
+/// @return the number of bytes written, less than room; or room, when the code needs that or more.
+size_t RangeCompress(std::span<const unsigned short> src, uint8_t* dest, size_t room, const EncoderPair* encoder_table);
+
+/// How far beyond its room the encoder above may write before it notices.
+constexpr size_t sRangeCodeSlack = 1024;
+
+/// Decodes length samples from a code that the caller knows to be whole, and returns 1.
+///
+/// @param decoder_table  in table order, followed by a sentinel whose cprobability is 2^20.
+/// @param hash           not used.
+///
+/// A corrupt code gives wrong samples, never an access outside dest or the table.
+int RangeDecompress(const void* source, unsigned short* dest, int length, DecoderPair* decoder_table, const int* hash);
+
+/// Decodes dest.size() samples; a code that ends too early reads as if zero bytes followed it.
+///
+/// @param used  when given: bytes of the code that the encoder wrote for these samples.
+/// @return false when the code ended too early or names a place outside the probability scale; the
+///         samples are then wrong from some point on, but all of them are written.
+bool RangeDecompress(std::span<const uint8_t> source, std::span<unsigned short> dest, const DecoderPair* decoder_table,
+                     size_t* used = nullptr);
+
+} // namespace libobrifile
