@@ -11,15 +11,13 @@
 
 namespace libobribase {
 
-constexpr int sHistogramBins = 1024;          ///< bins of 64 pixel values each
-constexpr int sTransformEntries = 65536;      ///< one grey per pixel value
-constexpr int sTransferCurveEntries = 64 + 1; ///< one per 1024 pixel values, and the start
-
 /// One histogram's counts, to be drawn from.
 struct SHistogramBins {
+    static constexpr int sCount = 1024; ///< bins of 64 pixel values each
+
     uint64_t maxValue = 0; ///< highest of bins 1..1022
     uint64_t total = 0;    ///< sum of bins 1..1022
-    std::array<uint64_t, sHistogramBins> bins{};
+    std::array<uint64_t, sCount> bins{};
 };
 
 /// The histogram of the latest frame and the display stretch that three draggable handles set.
@@ -74,7 +72,7 @@ public:
     const Rect& GetPlotRect() const { return lowDragger.rect; }
 
 private:
-    using Transform = std::array<uint32_t, sTransformEntries>;
+    using Transform = std::array<uint32_t, 65536>;
 
     void UpdateTransform();
     void beginDrag(HistogramDragger& dragger);
@@ -83,12 +81,12 @@ private:
     HistogramDragger lowDragger{1, 0, 1, 0};
     HistogramDragger highDragger{1, 0, 0, 65535};
     HistogramDragger midDragger{0, 1, 0, 32767};
-    ThreadSafeDoubleBuffer histoBuffer{sHistogramBins * sizeof(uint64_t)};
+    ThreadSafeDoubleBuffer histoBuffer{SHistogramBins::sCount * sizeof(uint64_t)};
     int plotWidth = 0;
     int plotHeight = 0;
     TripleBuffer<Transform> transform; ///< a frame sees one whole table while a handle is dragged
     SHistogramBins m_counts;           ///< guarded by m_countsLock
-    std::array<int, sTransferCurveEntries> transferCurve{};
+    std::array<int, 64 + 1> transferCurve{};
     mutable std::mutex m_countsLock;
 };
 

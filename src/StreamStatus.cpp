@@ -1,0 +1,38 @@
+#include "StreamStatus.h"
+
+#include <mutex>
+
+namespace {
+
+// Functions instead of globals: a frame processor built during static initialisation may report, too. They are never
+// destroyed, for the streaming thread runs until the process ends.
+std::mutex& statusLock()
+{
+    static auto* lock = new std::mutex;
+    return *lock;
+}
+
+SStreamStatus& status()
+{
+    static auto* record = new SStreamStatus;
+    return *record;
+}
+
+} // namespace
+
+SStreamStatus readStreamStatus()
+{
+    const std::lock_guard guard(statusLock());
+    return status();
+}
+
+void updateStreamStatus(const std::function<void(SStreamStatus&)>& change)
+{
+    const std::lock_guard guard(statusLock());
+    change(status());
+}
+
+void reportTrouble(const std::string& line)
+{
+    updateStreamStatus([&](SStreamStatus& s) { s.lastTrouble = line; });
+}
