@@ -96,6 +96,11 @@ public:
                        const uint32_t* transferCurve, uint16_t* profile, int profileX, int profileY,
                        int rawRowsAtBottom, int rawColumnsAtLeft, int profileHighByte, int invertedMode,
                        int skipTextArea, int showOverflow);
+
+private:
+    void setMean(uint64_t sum, int64_t count);
+    int32_t rowAverage(int row) const;
+    void fillProfile(uint16_t* profile, int profileX, int profileY, int endRow, int firstColumn, int highByte) const;
 };
 
 } // namespace libobribase
