@@ -1,0 +1,315 @@
+#include "Program.h"
+
+#include <signal.h>
+#include <stdlib.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <fstream>
+#include <sstream>
+#include <stdexcept>
+#include <thread>
+
+namespace {
+
+constexpr char sBusName[] = "org.obricam.camctl";
+constexpr char sWindowPath[] = "/org/obricam/camctl/window/1";
+constexpr char sActionsInterface[] = "org.gtk.Actions";
+
+std::string errorText(GError* error)
+{
+    std::string text = error ? error->message : "unknown error";
+    g_clear_error(&error);
+    return text;
+}
+
+std::vector<const char*> pointersTo(const std::vector<std::string>& words)
+{
+    std::vector<const char*> pointers;
+    for (const std::string& word : words)
+        pointers.push_back(word.c_str());
+    pointers.push_back(nullptr);
+    return pointers;
+}
+
+GObjectHandle<GSubprocess> spawn(GSubprocessLauncher* launcher, const std::vector<std::string>& words)
+{
+    GError* error = nullptr;
+    GObjectHandle<GSubprocess> process(g_subprocess_launcher_spawnv(launcher, pointersTo(words).data(), &error));
+    if (!process)
+        throw std::runtime_error(words.front() + ": " + errorText(error));
+    return process;
+}
+
+std::string firstLineOf(GSubprocess* process)
+{
+    GObjectHandle<GDataInputStream> lines(g_data_input_stream_new(g_subprocess_get_stdout_pipe(process)));
+    // The stream must stay open: a server that cannot write to it would end.
+    g_filter_input_stream_set_close_base_stream(G_FILTER_INPUT_STREAM(lines.get()), FALSE);
+    GError* error = nullptr;
+    char* line = g_data_input_stream_read_line(lines.get(), nullptr, nullptr, &error);
+    if (!line)
+        throw std::runtime_error("no answer from a server: " + errorText(error));
+    std::string text = line;
+    g_free(line);
+    return text;
+}
+
+std::vector<std::string> linesOf(const std::filesystem::path& path)
+{
+    std::ifstream file(path);
+    std::vector<std::string> lines;
+    for (std::string line; std::getline(file, line);)
+        if (!line.empty() && line.front() != '#')
+            lines.push_back(line);
+    return lines;
+}
+
+} // namespace
+
+bool waitFor(const std::function<bool()>& condition, Seconds deadline)
+{
+    const auto end = std::chrono::steady_clock::now() + deadline;
+    while (!condition()) {
+        if (std::chrono::steady_clock::now() > end)
+            return false;
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    }
+    return true;
+}
+
+std::string contentsOf(const std::filesystem::path& path)
+{
+    std::ifstream file(path, std::ios::binary);
+    std::ostringstream text;
+    text << file.rdbuf();
+    return text.str();
+}
+
+Desktop& Desktop::instance()
+{
+    static Desktop desktop;
+    return desktop;
+}
+
+Desktop::Desktop()
+{
+    GObjectHandle<GSubprocessLauncher> launcher(g_subprocess_launcher_new(G_SUBPROCESS_FLAGS_STDOUT_PIPE));
+    g_subprocess_launcher_unsetenv(launcher.get(), "LD_PRELOAD");
+    m_xServer = spawn(launcher.get(),
+                      {"Xvfb", "-displayfd", "1", "-screen", "0", "1366x1100x24", "-nolisten", "tcp", "-noreset"});
+    m_display = ":" + firstLineOf(m_xServer.get());
+    m_busDaemon = spawn(launcher.get(), {"dbus-daemon", "--session", "--nofork", "--nopidfile", "--print-address"});
+    m_busAddress = firstLineOf(m_busDaemon.get());
+    GError* error = nullptr;
+    m_bus.reset(g_dbus_connection_new_for_address_sync(
+        m_busAddress.c_str(),
+        static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
+                                          G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION),
+        nullptr, nullptr, &error));
+    if (!m_bus)
+        throw std::runtime_error("session bus: " + errorText(error));
+    g_dbus_connection_set_exit_on_close(m_bus.get(), FALSE);
+}
+
+Desktop::~Desktop()
+{
+    g_subprocess_send_signal(m_busDaemon.get(), SIGTERM);
+    g_subprocess_send_signal(m_xServer.get(), SIGTERM);
+    g_subprocess_wait(m_xServer.get(), nullptr, nullptr);
+}
+
+Program::Program(SOptions options) : m_folder(std::move(options.folder))
+{
+    if (m_folder.empty()) {
+        std::string pattern = std::filesystem::temp_directory_path() / "obri-camctl-test-XXXXXX";
+        if (!mkdtemp(pattern.data()))
+            throw std::runtime_error("no temporary folder");
+        m_folder = pattern;
+        m_removeFolder = true;
+    }
+    GObjectHandle<GSubprocessLauncher> launcher(g_subprocess_launcher_new(G_SUBPROCESS_FLAGS_NONE));
+    g_subprocess_launcher_set_cwd(launcher.get(), m_folder.c_str());
+    g_subprocess_launcher_set_stdout_file_path(launcher.get(), (m_folder / "stdout.txt").c_str());
+    g_subprocess_launcher_set_stderr_file_path(launcher.get(), (m_folder / "stderr.txt").c_str());
+    if (options.withDisplay) {
+        g_subprocess_launcher_setenv(launcher.get(), "DISPLAY", Desktop::instance().display().c_str(), TRUE);
+    } else {
+        g_subprocess_launcher_unsetenv(launcher.get(), "DISPLAY");
+    }
+    g_subprocess_launcher_unsetenv(launcher.get(), "WAYLAND_DISPLAY");
+    g_subprocess_launcher_setenv(launcher.get(), "DBUS_SESSION_BUS_ADDRESS", Desktop::instance().busAddress().c_str(),
+                                 TRUE);
+    g_subprocess_launcher_setenv(launcher.get(), "NO_AT_BRIDGE", "1", TRUE);
+    for (const auto& [name, value] : options.environment)
+        g_subprocess_launcher_setenv(launcher.get(), name.c_str(), value.c_str(), TRUE);
+
+    std::vector<std::string> words{OBRI_SIMCAM, "--command-log", "commands.txt", "--frame-log", "frames.txt"};
+    words.insert(words.end(), options.simulator.begin(), options.simulator.end());
+    words.insert(words.end(), {"--", OBRI_CAMCTL});
+    words.insert(words.end(), options.arguments.begin(), options.arguments.end());
+    m_process = spawn(launcher.get(), words);
+}
+
+Program::~Program()
+{
+    if (!hasEnded()) {
+        signal(SIGTERM);
+        waitForEnd(Seconds(10));
+    }
+    std::error_code ignored;
+    if (m_removeFolder)
+        std::filesystem::remove_all(m_folder, ignored);
+}
+
+std::string Program::log() const
+{
+    for (const auto& entry : std::filesystem::directory_iterator(m_folder))
+        if (entry.path().filename().string().starts_with("obri_app_log_"))
+            return contentsOf(entry.path());
+    return {};
+}
+
+std::vector<std::string> Program::cameraCommands() const
+{
+    std::vector<std::string> commands;
+    for (const std::string& line : linesOf(m_folder / "commands.txt"))
+        if (line.size() >= 14)
+            commands.push_back(line.substr(line.size() - 14));
+    return commands;
+}
+
+std::vector<std::string> Program::frameLog() const
+{
+    return linesOf(m_folder / "frames.txt");
+}
+
+bool Program::waitForWindow(Seconds deadline)
+{
+    return waitFor(
+               [this] {
+                   GVariant* answer = g_dbus_connection_call_sync(
+                       Desktop::instance().bus(), sBusName, sWindowPath, sActionsInterface, "List", nullptr, nullptr,
+                       G_DBUS_CALL_FLAGS_NO_AUTO_START, 1000, nullptr, nullptr);
+                   if (answer)
+                       g_variant_unref(answer);
+                   return answer != nullptr || hasEnded();
+               },
+               deadline) &&
+           !hasEnded();
+}
+
+bool Program::waitForFrames(size_t count, Seconds deadline)
+{
+    return waitFor([&] { return frameLog().size() >= count; }, deadline);
+}
+
+void Program::activate(const std::string& action)
+{
+    GError* error = nullptr;
+    GVariant* answer =
+        g_dbus_connection_call_sync(Desktop::instance().bus(), sBusName, sWindowPath, sActionsInterface, "Activate",
+                                    g_variant_new("(sava{sv})", action.c_str(), nullptr, nullptr), nullptr,
+                                    G_DBUS_CALL_FLAGS_NO_AUTO_START, 20000, nullptr, &error);
+    if (answer)
+        g_variant_unref(answer);
+    else if (action != "quit") // the answer to it may be the end of the connection
+        throw std::runtime_error(action + ": " + errorText(error));
+    else
+        g_clear_error(&error);
+}
+
+bool Program::isEnabled(const std::string& action) const
+{
+    GVariant* answer = g_dbus_connection_call_sync(Desktop::instance().bus(), sBusName, sWindowPath, sActionsInterface,
+                                                   "Describe", g_variant_new("(s)", action.c_str()), nullptr,
+                                                   G_DBUS_CALL_FLAGS_NO_AUTO_START, 5000, nullptr, nullptr);
+    if (!answer)
+        return false;
+    gboolean enabled = FALSE;
+    g_variant_get(answer, "((bgav))", &enabled, nullptr, nullptr);
+    g_variant_unref(answer);
+    return enabled;
+}
+
+bool Program::waitUntilEnabled(const std::string& action, Seconds deadline) const
+{
+    return waitFor([&] { return isEnabled(action); }, deadline);
+}
+
+void Program::runXdotool(const std::vector<std::string>& words) const
+{
+    GObjectHandle<GSubprocessLauncher> launcher(g_subprocess_launcher_new(G_SUBPROCESS_FLAGS_STDOUT_SILENCE));
+    g_subprocess_launcher_setenv(launcher.get(), "DISPLAY", Desktop::instance().display().c_str(), TRUE);
+    std::vector<std::string> all{"xdotool",          "search",      "--onlyvisible", "--name",
+                                 "OBRI Cam Control", "windowfocus", "--sync"};
+    all.insert(all.end(), words.begin(), words.end());
+    const auto process = spawn(launcher.get(), all);
+    GError* error = nullptr;
+    if (!g_subprocess_wait_check(process.get(), nullptr, &error))
+        throw std::runtime_error("xdotool: " + errorText(error));
+}
+
+void Program::key(const std::string& keys)
+{
+    runXdotool({"key", "--delay", "30", keys});
+}
+
+void Program::type(const std::string& text)
+{
+    runXdotool({"type", "--delay", "30", text});
+}
+
+void Program::screenshot(const std::filesystem::path& png) const
+{
+    GObjectHandle<GSubprocessLauncher> launcher(g_subprocess_launcher_new(G_SUBPROCESS_FLAGS_NONE));
+    const auto process =
+        spawn(launcher.get(), {"import", "-display", Desktop::instance().display(), "-window", "root", png.string()});
+    g_subprocess_wait(process.get(), nullptr, nullptr);
+}
+
+void Program::signal(int number)
+{
+    if (const int program = processId(); program > 0)
+        kill(program, number);
+    else
+        g_subprocess_send_signal(m_process.get(), number);
+}
+
+bool Program::hasEnded() const
+{
+    // The pid is known for as long as the process has not been reaped; the reaping is GLib's own.
+    return g_subprocess_get_identifier(m_process.get()) == nullptr;
+}
+
+bool Program::waitForEnd(Seconds deadline)
+{
+    if (waitFor([this] { return hasEnded(); }, deadline))
+        return true;
+    if (const int program = processId(); program > 0)
+        kill(program, SIGKILL);
+    g_subprocess_force_exit(m_process.get());
+    return false;
+}
+
+int Program::exitStatus() const
+{
+    g_subprocess_wait(m_process.get(), nullptr, nullptr);
+    const int status = g_subprocess_get_status(m_process.get());
+    return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+}
+
+int Program::processId() const
+{
+    for (const auto& entry : std::filesystem::directory_iterator("/proc")) {
+        const std::string name = entry.path().filename();
+        if (name.find_first_not_of("0123456789") != std::string::npos)
+            continue;
+        std::error_code error;
+        if (std::filesystem::read_symlink(entry.path() / "cwd", error) != m_folder)
+            continue;
+        if (std::filesystem::read_symlink(entry.path() / "exe", error).filename() == "obri-camctl")
+            return std::stoi(name);
+    }
+    return -1;
+}

@@ -1,0 +1,108 @@
+#pragma once
+
+#include <gio/gio.h>
+
+#include <chrono>
+#include <cstdint>
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+/// Gives a GLib object back.
+struct SUnref {
+    void operator()(void* object) const { g_object_unref(object); }
+};
+template <class T>
+using GObjectHandle = std::unique_ptr<T, SUnref>;
+
+using Seconds = std::chrono::duration<double>;
+
+/// Waits until the condition holds; false when the deadline passes first.
+bool waitFor(const std::function<bool()>& condition, Seconds deadline = Seconds(20));
+
+/// The whole text of a file; empty when there is none.
+std::string contentsOf(const std::filesystem::path& path);
+
+/// A private X display (Xvfb) and session bus, alive as long as the object. One serves a whole test program.
+class Desktop {
+public:
+    Desktop();
+    ~Desktop();
+    Desktop(const Desktop&) = delete;
+    Desktop& operator=(const Desktop&) = delete;
+
+    const std::string& display() const { return m_display; }
+    const std::string& busAddress() const { return m_busAddress; }
+    /// A connection of the test's own, on which window actions are called.
+    GDBusConnection* bus() const { return m_bus.get(); }
+
+    static Desktop& instance();
+
+private:
+    GObjectHandle<GSubprocess> m_xServer;
+    GObjectHandle<GSubprocess> m_busDaemon;
+    GObjectHandle<GDBusConnection> m_bus;
+    std::string m_display;
+    std::string m_busAddress;
+};
+
+/// One run of the shipped program with the simulated camera, in a folder of its own, used as an observer uses it:
+/// window actions over the session bus, key events, signals. Everything it wrote can be read while it runs.
+class Program {
+public:
+    struct SOptions {
+        std::vector<std::string> simulator; ///< options of obri-simcam
+        std::vector<std::string> arguments; ///< options of obri-camctl
+        std::vector<std::pair<std::string, std::string>> environment;
+        bool withDisplay = true;
+        std::filesystem::path folder; ///< to run in; a new temporary one when empty
+    };
+
+    explicit Program(SOptions options);
+    ~Program();
+    Program(const Program&) = delete;
+    Program& operator=(const Program&) = delete;
+
+    /// The folder the program runs in; removed with the object unless it was given.
+    const std::filesystem::path& folder() const { return m_folder; }
+    std::string standardOutput() const { return contentsOf(m_folder / "stdout.txt"); }
+    std::string standardError() const { return contentsOf(m_folder / "stderr.txt"); }
+    /// The application's log of the day.
+    std::string log() const;
+    /// Camera commands as the camera got them: "69 03 e8 00 00", oldest first.
+    std::vector<std::string> cameraCommands() const;
+    /// Lines of the simulated camera's frame log, comments left out.
+    std::vector<std::string> frameLog() const;
+
+    /// Waits until the window's actions are on the bus.
+    bool waitForWindow(Seconds deadline = Seconds(30));
+    /// Waits until the camera has made this many frames since the program was started.
+    bool waitForFrames(size_t count, Seconds deadline = Seconds(30));
+    /// Calls a window action as the menu does.
+    void activate(const std::string& action);
+    bool isEnabled(const std::string& action) const;
+    bool waitUntilEnabled(const std::string& action, Seconds deadline = Seconds(20)) const;
+    /// Sends keys to the window: "ctrl+q", "Tab".
+    void key(const std::string& keys);
+    /// Types text into the focused control.
+    void type(const std::string& text);
+    void screenshot(const std::filesystem::path& png) const;
+
+    void signal(int number);
+    bool hasEnded() const;
+    /// Waits for the end; false when it does not come in time (the program is then killed).
+    bool waitForEnd(Seconds deadline = Seconds(20));
+    /// Exit status after the end, 128 + signal number when a signal ended it.
+    int exitStatus() const;
+    /// The program's own process (not the simulator's).
+    int processId() const;
+
+private:
+    void runXdotool(const std::vector<std::string>& words) const;
+
+    std::filesystem::path m_folder;
+    bool m_removeFolder = false;
+    GObjectHandle<GSubprocess> m_process;
+};
