@@ -77,7 +77,10 @@ protected:
     /// Drops what is buffered and everything in the file from position on; writing goes on there.
     void CutBackTo(uint64_t position);
     /// Keeps the first failure: "Failed to <operation> <path> (<reason>)".
-    void Fail(const std::string& operation, const std::string& reason);
+    void Fail(const char* operation, const std::string& path, const std::string& reason);
+
+    /// Bytes that WriteUtf8 writes at most: readers take the length as a signed 16-bit number.
+    static constexpr size_t sLongestText = 0x7FFF;
 
     IFileWriterAttributesProvider* m_attributesProvider;
     std::string m_gpsStatusFilePath;
@@ -89,11 +92,9 @@ protected:
     bool m_recording;
     uint32_t m_frameNr;
     uint32_t m_lastCamFrameNr;
+    std::string m_filePath;
 
 private:
-    void CloseFiles();
-
-    std::string m_filePath;
     std::string m_failureText;
 };
 
