@@ -67,12 +67,13 @@ protected:
     uint64_t m_firstFrameTime100ns;
 
 private:
-    void AddClippedZone(const ZoneDefinition& zone);
+    void AddClippedZone(ZoneDefinition zone, uint32_t width, uint32_t height);
     void WriteImageSection();
     void WriteZoneLayout();
     void WriteStatusSection();
-    uint64_t WriteFullFrame(uint8_t* frameData, uint64_t length);
-    uint64_t WriteZones(uint8_t* frameData, uint64_t length);
+    bool IsLengthUsable(bool isFullFrame, uint64_t length);
+    void WriteFullFrame(uint8_t* frameData, uint64_t length);
+    void WriteZones(uint8_t* frameData);
     void WriteFrameStatus(uint64_t from, uint64_t to, uint64_t systemTime);
 
     std::vector<uint8_t> m_compressed; // one compressed frame; empty when not compressing
