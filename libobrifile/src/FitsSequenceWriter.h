@@ -42,7 +42,7 @@ private:
     int32_t m_h;
     uint8_t m_nativeBitsPerPixel;
     std::unique_ptr<FitsWriter> m_fitsWriter; // while a frame is written
-    std::vector<uint8_t> m_buffer;            // one encoded image, kept for the recording's length
+    std::vector<uint16_t> m_buffer;           // one encoded image, kept for the recording's length
 };
 
 } // namespace libobrifile

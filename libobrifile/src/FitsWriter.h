@@ -21,7 +21,7 @@ public:
     /// @param provider borrowed for the life of the writer.
     /// @param buffer   memory for the encoded image, kept from one writer to the next when many
     ///                 files are written; borrowed for the life of the writer. Null: its own.
-    FitsWriter(std::string filePath, IFileWriterAttributesProvider* provider, std::vector<uint8_t>* buffer = nullptr);
+    FitsWriter(std::string filePath, IFileWriterAttributesProvider* provider, std::vector<uint16_t>* buffer = nullptr);
     FitsWriter(const FitsWriter&) = delete;
     FitsWriter& operator=(const FitsWriter&) = delete;
     virtual ~FitsWriter();
@@ -50,8 +50,8 @@ private:
     IFileWriterAttributesProvider* m_attributesProvider;
     std::unique_ptr<FitsHeaderData> m_header;
     std::string m_filePath;
-    std::vector<uint8_t> m_ownBuffer;
-    std::vector<uint8_t>* m_buffer; // the caller's, or m_ownBuffer
+    std::vector<uint16_t> m_ownBuffer;
+    std::vector<uint16_t>* m_buffer; // the caller's, or m_ownBuffer
 };
 
 } // namespace libobrifile

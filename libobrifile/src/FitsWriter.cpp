@@ -1,0 +1,153 @@
+#include "FitsWriter.h"
+
+#include "FitsPixels.h"
+#include "TextFormat.h"
+
+#include <cerrno>
+#include <cstring>
+#include <stdexcept>
+#include <sys/stat.h>
+#include <system_error>
+#include <unistd.h>
+#include <utility>
+
+namespace libobrifile {
+
+namespace {
+const std::string gSpaces80(80, ' ');
+constexpr size_t sCardLength = 80, sBlockLength = 2880;
+constexpr size_t sLongestFixedValue = 20, sLongestString = 68;
+constexpr char sDataFill = '/'; // not zero bytes, on purpose
+
+constexpr const char *sFixed = " ", *sQuoted = "";
+
+// Cards that are written when they have a value, in the order of the file. Numbers too are quoted, on purpose.
+constexpr const char* sOptionalKeys[] = {"OBJECT",   "TELESCOP", "INSTRUME", "OBSERVER", "DATE-OBS", "SWCREATE",
+                                         "YBINNING", "XBINNING", "TRUDEPTH", "GAIN",     "BITSHIFT", "EXTEND",
+                                         "EXPTIME",  "CCD-TEMP", "IMAGETYP", "HISTORY"};
+
+size_t position(FILE* file)
+{
+    return static_cast<size_t>(ftello64(file));
+}
+
+// Closes a file that did not come out whole and takes it away. A device stays.
+void discard(FILE* file, const std::string& path)
+{
+    struct stat status;
+    const bool isRegular = fstat(fileno(file), &status) == 0 && S_ISREG(status.st_mode);
+    fclose(file);
+    if (isRegular)
+        unlink(path.c_str());
+}
+} // namespace
+
+FitsWriter::FitsWriter(std::string filePath, IFileWriterAttributesProvider* provider, std::vector<uint16_t>* buffer)
+    : m_attributesProvider(provider), m_header(std::make_unique<FitsHeaderData>()), m_filePath(std::move(filePath)),
+      m_buffer(buffer != nullptr ? buffer : &m_ownBuffer)
+{
+}
+
+FitsWriter::~FitsWriter() = default;
+
+FitsHeaderData* FitsWriter::GetHeader()
+{
+    return m_header.get();
+}
+
+std::string FitsWriter::GetFilePath()
+{
+    return m_filePath;
+}
+
+void FitsWriter::WriteImage(uint16_t* image)
+{
+    FILE* file = fopen64(m_filePath.c_str(), "wb");
+    if (file == nullptr)
+        throw std::logic_error("Failed to open FITS file for writing.");
+    try {
+        WriteFile(file, image);
+    } catch (const std::logic_error&) {
+        discard(file, m_filePath);
+        throw;
+    } catch (const std::system_error& error) {
+        discard(file, m_filePath);
+        throw std::logic_error("Failed to write FITS file. (" + error.code().message() + ")");
+    } catch (...) {
+        discard(file, m_filePath);
+        throw std::logic_error("Failed to write FITS file.");
+    }
+    fclose(file);
+}
+
+void FitsWriter::WriteFile(FILE* file, uint16_t* image)
+{
+    WriteHeader(file, *m_header);
+    WriteData(file, image, m_header->GetWidth(), m_header->GetHeight());
+    if (ferror(file) != 0 || fflush(file) != 0)
+        throw std::system_error(errno, std::generic_category());
+}
+
+void FitsWriter::WriteHeader(FILE* file, FitsHeaderData& header)
+{
+    WriteKeywordRecord(file, "SIMPLE", "T", sFixed);
+    WriteKeywordRecord(file, "BITPIX", header.GetValueForKey("BITPIX"), sFixed);
+    WriteKeywordRecord(file, "NAXIS", "2", sFixed);
+    WriteKeywordRecord(file, "NAXIS1", header.GetValueForKey("NAXIS1"), sFixed);
+    WriteKeywordRecord(file, "NAXIS2", header.GetValueForKey("NAXIS2"), sFixed);
+    WriteKeywordRecord(file, "BSCALE", "1.0", sFixed);
+    WriteKeywordRecord(file, "BZERO", "32768", sFixed);
+    for (const char* key : sOptionalKeys) {
+        const std::string value = header.GetValueForKey(key);
+        if (!value.empty())
+            WriteKeywordRecord(file, key, value, sQuoted);
+    }
+    WriteKeywordRecord(file, "END", "", sQuoted);
+    // 24 cards at most, so one block holds them.
+    const size_t written = position(file);
+    if (written < sBlockLength)
+        WriteString(file, std::string(sBlockLength - written, ' '));
+}
+
+void FitsWriter::WriteData(FILE* file, uint16_t* image, int width, int height)
+{
+    if (width < 0 || height < 0)
+        throw std::invalid_argument("FITS image of negative size");
+    const size_t columns = static_cast<size_t>(width), rows = static_cast<size_t>(height);
+    const size_t bytes = columns * rows * sizeof(uint16_t);
+    const size_t lastBlock = (position(file) + bytes) % sBlockLength;
+    const size_t fill = lastBlock == 0 ? 0 : sBlockLength - lastBlock;
+
+    m_buffer->resize((bytes + fill + 1) / sizeof(uint16_t));
+    for (size_t y = 0; y < rows; ++y)
+        encodeFitsRow(image + y * columns, m_buffer->data() + (rows - 1 - y) * columns, width);
+    memset(reinterpret_cast<uint8_t*>(m_buffer->data()) + bytes, sDataFill, fill);
+    fwrite(m_buffer->data(), 1, bytes + fill, file);
+}
+
+void FitsWriter::WriteKeywordRecord(FILE* file, std::string key, std::string value, std::string comment)
+{
+    char card[256];
+    if (value.empty()) {
+        snprintf(card, sizeof card, "%-8s%s", key.c_str(), gSpaces80.c_str());
+    } else if (comment.empty()) {
+        const std::string quoted = GetFitsValue(value).substr(0, sLongestString);
+        snprintf(card, sizeof card, "%-8s= '%s'%s", key.c_str(), quoted.c_str(), gSpaces80.c_str());
+    } else {
+        const std::string fixed = GetFitsValue(value).substr(0, sLongestFixedValue);
+        snprintf(card, sizeof card, "%-8s= %20s /%s", key.c_str(), fixed.c_str(), gSpaces80.c_str());
+    }
+    WriteString(file, std::string(card, sCardLength));
+}
+
+void FitsWriter::WriteString(FILE* file, std::string text)
+{
+    fwrite(text.data(), 1, text.size(), file);
+}
+
+std::string FitsWriter::GetFitsValue(std::string value)
+{
+    return libobribase::ReplaceString(value, "'", "''");
+}
+
+} // namespace libobrifile
