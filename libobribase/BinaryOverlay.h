@@ -78,9 +78,7 @@ public:
     bool GetTemperature(int* degrees) const;
 
 private:
-    uint32_t fletcher16(const uint16_t* base) const;
     bool findBase(const uint16_t* row, size_t wordsBefore, size_t wordsFromRow);
-    bool isChecksumRight(const uint16_t* base) const;
     void decodeFields(const uint16_t* base);
 };
 

@@ -31,6 +31,8 @@ public:
     void Log(const BinaryOverlay* overlay);
 
 private:
+    void close();
+
     std::atomic<bool> m_enabled{false};
     Semaphore m_semaphore; ///< guards m_file
     FILE* m_file = nullptr;

@@ -3,7 +3,7 @@
 #include <string>
 #include <string_view>
 
-// Text of numbers, coordinates and JSON values, independent of the locale. Everything here: any thread.
+// Text of numbers and coordinates, independent of the locale. Everything here: any thread.
 
 namespace libobribase {
 
@@ -26,9 +26,5 @@ std::string formatDeclination(double degrees);
 std::string formatLatitude(double degrees);
 /// "008 32 15.6 E": longitude in degrees, west negative.
 std::string formatLongitude(double degrees);
-
-/// Finds a key of the outermost object of a JSON text. A string comes back unescaped (as UTF-8), any other value as
-/// written. False, with *value untouched, when the key is missing or the text up to its value's end is not JSON.
-bool jsonValue(std::string_view json, std::string_view key, std::string* value);
 
 } // namespace libobribase
