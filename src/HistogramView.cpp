@@ -1,0 +1,206 @@
+#include "HistogramView.h"
+
+#include <algorithm>
+#include <cmath>
+#include <gtkmm/stylecontext.h>
+#include <pangomm/layout.h>
+
+using libobribase::HistogramDragger;
+using libobribase::Rect;
+using libobribase::SHistogramBins;
+
+std::vector<SHistoPoint> m_histoPoints;
+int m_nofHistoPoints = 0;
+
+namespace {
+
+struct SColour {
+    double red, green, blue;
+};
+
+// Seen on a light background as well as on a dark one.
+constexpr SColour sBars{0.35, 0.58, 0.85}, sTransfer{0.93, 0.55, 0.10};
+constexpr double sWhite = 255;     // highest output of the stretch
+constexpr int sTransferSteps = 64; // runs of pixel values that the transfer curve gives the end of
+
+void use(const Cairo::RefPtr<Cairo::Context>& cr, const SColour& colour)
+{
+    cr->set_source_rgb(colour.red, colour.green, colour.blue);
+}
+
+uint64_t fullestBin(const SHistogramBins& counts, int first, int last)
+{
+    const auto begin = counts.bins.begin();
+    return *std::max_element(begin + first, begin + std::max(last, first + 1));
+}
+
+} // namespace
+
+void computeHistoPoints(const SHistogramBins& counts, const Rect& plot, std::vector<SHistoPoint>& points)
+{
+    points.clear();
+    if (plot.w < 1 || plot.h < 1)
+        return;
+    const double scale = counts.maxValue ? 1 / std::log1p(static_cast<double>(counts.maxValue)) : 1;
+    for (int column = 0; column < plot.w; ++column) {
+        const int first = column * SHistogramBins::sCount / plot.w,
+                  last = (column + 1) * SHistogramBins::sCount / plot.w;
+        const auto count = static_cast<double>(fullestBin(counts, first, last));
+        const double height = std::min(std::log1p(count) * scale, 1.0);
+        points.push_back({plot.x + column + 0.5, plot.Y2() - height * plot.h});
+    }
+}
+
+HistogramView::HistogramView(Gtk::DrawingArea* area, libobribase::Histogram* histogram)
+    : m_area(area), m_histogram(histogram)
+{
+    m_area->add_events(Gdk::POINTER_MOTION_MASK | Gdk::LEAVE_NOTIFY_MASK);
+    m_area->signal_motion_notify_event().connect(sigc::mem_fun(*this, &HistogramView::onPointerMoved));
+}
+
+void HistogramView::draw(const Cairo::RefPtr<Cairo::Context>& cr, bool recompute)
+{
+    fitToArea();
+    if (recompute || m_histoPoints.empty()) {
+        m_counts = m_histogram->CopyHistoBins();
+        computeHistoPoints(m_counts, m_histogram->GetPlotRect(), m_histoPoints);
+        m_nofHistoPoints = static_cast<int>(m_histoPoints.size());
+    }
+    const Rect& plot = m_histogram->GetPlotRect();
+    if (plot.w < 1 || plot.h < 1)
+        return;
+    drawCurve(cr);
+    drawTransferCurve(cr);
+    drawHandles(cr);
+    drawTitle(cr);
+}
+
+/// Tells the model the area's size, which moves the plot and its handles.
+void HistogramView::fitToArea()
+{
+    const int width = m_area->get_width(), height = m_area->get_height();
+    if (width == m_width && height == m_height)
+        return;
+    m_width = width;
+    m_height = height;
+    m_histogram->SetContainerSize(width, height);
+    m_histoPoints.clear();
+}
+
+void HistogramView::useForeground(const Cairo::RefPtr<Cairo::Context>& cr, double alpha)
+{
+    const auto style = m_area->get_style_context();
+    const Gdk::RGBA colour = style->get_color(style->get_state());
+    cr->set_source_rgba(colour.get_red(), colour.get_green(), colour.get_blue(), alpha);
+}
+
+void HistogramView::drawCurve(const Cairo::RefPtr<Cairo::Context>& cr)
+{
+    const Rect& plot = m_histogram->GetPlotRect();
+    useForeground(cr, 0.06);
+    cr->rectangle(plot.x, plot.y, plot.w, plot.h);
+    cr->fill();
+    use(cr, sBars);
+    for (const SHistoPoint& point : m_histoPoints)
+        cr->rectangle(point.x - 0.5, point.y, 1, plot.Y2() - point.y);
+    cr->fill();
+    useForeground(cr, 0.35);
+    cr->set_line_width(1);
+    cr->rectangle(plot.x - 0.5, plot.y - 0.5, plot.w + 1, plot.h + 1);
+    cr->stroke();
+}
+
+void HistogramView::drawTransferCurve(const Cairo::RefPtr<Cairo::Context>& cr)
+{
+    const Rect& plot = m_histogram->GetPlotRect();
+    for (int i = 0; i <= sTransferSteps; ++i) {
+        const double x = plot.x + static_cast<double>(plot.w) * i / sTransferSteps;
+        const double y = plot.Y2() - plot.h * m_histogram->GetHistoTransferCurve(i) / sWhite;
+        i == 0 ? cr->move_to(x, y) : cr->line_to(x, y);
+    }
+    use(cr, sTransfer);
+    cr->set_line_width(2);
+    cr->set_line_join(Cairo::LINE_JOIN_ROUND);
+    cr->stroke();
+}
+
+void HistogramView::drawHandles(const Cairo::RefPtr<Cairo::Context>& cr)
+{
+    drawBound(cr, m_histogram->GetLowDragger());
+    drawBound(cr, m_histogram->GetHighDragger());
+    drawHandle(cr, m_histogram->GetLowDragger());
+    drawHandle(cr, m_histogram->GetHighDragger());
+    drawHandle(cr, m_histogram->GetMidDragger());
+}
+
+/// The dashed line that carries a bound through the plot.
+void HistogramView::drawBound(const Cairo::RefPtr<Cairo::Context>& cr, const HistogramDragger& dragger)
+{
+    const Rect& plot = m_histogram->GetPlotRect();
+    cr->move_to(dragger.GetX() + 0.5, plot.y);
+    cr->line_to(dragger.GetX() + 0.5, plot.Y2());
+    useForeground(cr, 0.6);
+    cr->set_line_width(1);
+    cr->set_dash(std::vector<double>{4, 3}, 0);
+    cr->stroke();
+    cr->unset_dash();
+}
+
+/// A raised box with a grip, as sliders have it, filled while it is dragged.
+void HistogramView::drawHandle(const Cairo::RefPtr<Cairo::Context>& cr, const HistogramDragger& dragger)
+{
+    const Rect box = dragger.GetRect();
+    use(cr, sTransfer);
+    cr->rectangle(box.x, box.y, box.w, box.h);
+    cr->fill();
+    cr->set_line_width(1);
+    cr->set_source_rgba(0, 0, 0, dragger.dragging ? 0.9 : 0.55);
+    cr->rectangle(box.x + 0.5, box.y + 0.5, box.w - 1, box.h - 1);
+    cr->stroke();
+    for (int line = 3; line < 9; line += 3) { // across the way that the handle moves
+        if (dragger.horizontal) {
+            cr->move_to(box.x + line + 0.5, box.y + 2);
+            cr->line_to(box.x + line + 0.5, box.Y2() - 2);
+        } else {
+            cr->move_to(box.x + 2, box.y + line + 0.5);
+            cr->line_to(box.X2() - 2, box.y + line + 0.5);
+        }
+    }
+    cr->stroke();
+}
+
+void HistogramView::drawTitle(const Cairo::RefPtr<Cairo::Context>& cr)
+{
+    const Rect& plot = m_histogram->GetPlotRect();
+    const auto layout = m_area->create_pango_layout(m_histogram->GetTitleString());
+    int width = 0, height = 0;
+    layout->get_pixel_size(width, height);
+    useForeground(cr, 1);
+    cr->move_to(plot.x + (plot.w - width) / 2, plot.y + 2);
+    layout->show_in_cairo_context(cr);
+}
+
+/// The cursor over a handle or over the plot's bounds; null elsewhere.
+const char* HistogramView::cursorNameAt(int x, int y) const
+{
+    const HistogramDragger* draggers[] = {&m_histogram->GetMidDragger(), &m_histogram->GetLowDragger(),
+                                          &m_histogram->GetHighDragger()};
+    for (const HistogramDragger* dragger : draggers)
+        if (dragger->dragging || dragger->HitTest(x, y))
+            return dragger->horizontal ? "ew-resize" : "ns-resize";
+    return m_histogram->GetPlotRect().ContainsPoint(x, y) ? "crosshair" : nullptr;
+}
+
+bool HistogramView::onPointerMoved(GdkEventMotion* event)
+{
+    const char* name = cursorNameAt(static_cast<int>(event->x), static_cast<int>(event->y));
+    const auto window = m_area->get_window();
+    if (window && name != m_cursorName) { // the names are literals of one function
+        m_cursorName = name;
+        if (name)
+            window->set_cursor(Gdk::Cursor::create(m_area->get_display(), name));
+        else
+            window->set_cursor();
+    }
+    return false;
+}

@@ -1,0 +1,22 @@
+#include "MainWindowParts.h"
+
+#include "Ending.h"
+
+#include <iostream>
+
+const char sResourcePrefix[] = "/org/obricam/camctl/";
+
+void failConstruction(const Glib::ustring& message)
+{
+    std::cerr << message.raw() << std::endl;
+    endProcess(sFailureStatus);
+}
+
+Glib::RefPtr<Gtk::Builder> buildFromResource(const char* name)
+{
+    try {
+        return Gtk::Builder::create_from_resource(std::string(sResourcePrefix) + name);
+    } catch (const Glib::Error& error) {
+        failConstruction(std::string(name) + ": " + error.what());
+    }
+}

@@ -1,0 +1,55 @@
+#include "StatusView.h"
+
+#include "Log.h"
+#include "MainWindowParts.h"
+#include "StatusViewTexts.h"
+
+#include <gtkmm/stylecontext.h>
+
+namespace {
+
+/// Only a text that differs costs a layout.
+void setText(Gtk::Label* label, const std::string& text)
+{
+    if (label->get_text().raw() == text)
+        return;
+    label->set_text(text);
+    label->set_tooltip_text(text); // whole, where the label is cut short
+}
+
+} // namespace
+
+StatusView::StatusView(const Glib::RefPtr<Gtk::Builder>& builder)
+    : m_camera(requireWidget<Gtk::Label>(builder, "lblCamera", "no camera label")),
+      m_gps(requireWidget<Gtk::Label>(builder, "lblStatus", "no status label")),
+      m_counters(requireWidget<Gtk::Label>(builder, "lblErrorCounter", "no error counter label")),
+      m_recording(requireWidget<Gtk::Label>(builder, "lblRecording", "no recording label")),
+      m_warning(requireWidget<Gtk::Label>(builder, "lblWarning", "no warning label")),
+      m_recordingRow(requireWidget<Gtk::Box>(builder, "recordingRow", "no recording row"))
+{
+}
+
+void StatusView::show(const SStreamStatus& status)
+{
+    setText(m_camera, cameraText(status));
+    setText(m_gps, gpsText(status));
+    setText(m_counters, countersText(status));
+    showRecording(status);
+}
+
+void StatusView::showRecording(const SStreamStatus& status)
+{
+    const SRecordingStatus& recording = status.recording;
+    const SDiskRoom room = readDiskRoom(".");
+    setText(m_recording, recording.active ? "● REC  " + recordingText(recording, room) : "Not recording");
+    setText(m_warning, warningText(status, room));
+    if (recording.active == m_wasRecording)
+        return;
+    if (recording.active)
+        m_recordingRow->get_style_context()->add_class("recording");
+    else {
+        m_recordingRow->get_style_context()->remove_class("recording");
+        libobribase::logString("I " + totalsText(recording));
+    }
+    m_wasRecording = recording.active;
+}

@@ -1,0 +1,28 @@
+#pragma once
+
+#include "StreamStatus.h"
+
+#include <gtkmm/box.h>
+#include <gtkmm/builder.h>
+#include <gtkmm/label.h>
+
+/// Tells in the window how camera and recording are doing. Main thread.
+class StatusView {
+public:
+    /// Takes its labels from the window's description; one that is missing ends the process.
+    explicit StatusView(const Glib::RefPtr<Gtk::Builder>& builder);
+
+    /// Shows a status; writes the totals of a recording to the log when it has ended since the last call.
+    void show(const SStreamStatus& status);
+
+private:
+    void showRecording(const SStreamStatus& status);
+
+    Gtk::Label* m_camera;
+    Gtk::Label* m_gps;
+    Gtk::Label* m_counters;
+    Gtk::Label* m_recording;
+    Gtk::Label* m_warning;
+    Gtk::Box* m_recordingRow;
+    bool m_wasRecording = false;
+};

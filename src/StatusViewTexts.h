@@ -1,0 +1,34 @@
+#pragma once
+
+#include "StreamStatus.h"
+
+#include <cstdint>
+#include <string>
+
+// What the window says about camera and recording: plain functions, no GTK. Any thread.
+
+/// Room for a recording where the program writes its files.
+struct SDiskRoom {
+    bool known = false;
+    uint64_t freeBytes = 0;
+    uint64_t fileSizeLimit = 0; ///< bytes that one file of this process may have; 0: no limit
+};
+
+/// Asks the file system of a folder and the process's limits.
+SDiskRoom readDiskRoom(const char* folder);
+
+std::string cameraText(const SStreamStatus& status);   ///< the camera's name, or "Not connected"
+std::string gpsText(const SStreamStatus& status);      ///< fix, satellites, temperature; "Status" before a frame came
+std::string countersText(const SStreamStatus& status); ///< frames seen and lost, overlay errors; "Error counter" before
+
+/// Frames, seconds, file, frames lost, free space and minutes left of an active recording, in one line.
+std::string recordingText(const SRecordingStatus& recording, const SDiskRoom& room);
+
+/// What endangers a recording, most pressing first; empty when nothing does.
+std::string warningText(const SStreamStatus& status, const SDiskRoom& room);
+
+/// What a recording that has ended came to, for the log.
+std::string totalsText(const SRecordingStatus& recording);
+
+/// Minutes until the present rate has filled the room; negative when that cannot be said.
+double minutesLeft(const SRecordingStatus& recording, const SDiskRoom& room);
