@@ -42,8 +42,8 @@ constexpr SCameraCommand sHighGainCommand{'q', EArgument::Switch};
 constexpr SCameraCommand sBlackLevelCommand{'h', EArgument::HighFirst16};
 constexpr SCameraCommand sInvertCommand{'j', EArgument::Switch};
 constexpr SCameraCommand sFlipCommand{'m', EArgument::TwoBits};
-constexpr SCameraCommand sOverlayAsciiCommand{0x00, EArgument::Switch};
-constexpr SCameraCommand sOverlayBarCommand{0x01, EArgument::Switch};
+constexpr SCameraCommand sFirstOverlayCommand{0x00, EArgument::Switch};
+constexpr SCameraCommand sSecondOverlayCommand{0x01, EArgument::Switch};
 
 constexpr std::array<uint8_t, 5> encode(SCameraCommand command, int value)
 {

@@ -2,10 +2,16 @@
 
 // Small helpers of the device layer.
 
+/// A request code as v4l2IoctlWithRetry takes it: 32 bits, the top one being the sign.
+constexpr int requestCode(unsigned long request)
+{
+    return static_cast<int>(request);
+}
+
 /// Issues one request of the camera's driver under the program's retry policy: up to five attempts without a pause.
 ///
 /// @param fd       descriptor from initCameraDevice, or one of v4l2_open.
-/// @param request  request code; codes above INT_MAX arrive negative and are widened with their sign.
+/// @param request  requestCode of the request; it is widened with its sign again, which libv4l2 cuts off.
 /// @param arg      the request's own record.
 ///
 /// EINTR, EAGAIN and ETIMEDOUT end the attempts at once: the reverse of the common habit, on purpose, because they

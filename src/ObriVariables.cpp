@@ -1,0 +1,7 @@
+#include "ObriVariables.h"
+
+ObriVariables& ObriVariables::instance()
+{
+    static ObriVariables variables;
+    return variables;
+}

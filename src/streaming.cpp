@@ -1,0 +1,302 @@
+#include "streaming.h"
+
+#include "camera_control.h"
+#include "FrameProcessor.h"
+#include "Log.h"
+#include "MainWindow.h"
+#include "ObriApplication.h"
+#include "SharedFlag.h"
+#include "StreamStatus.h"
+#include "StreamWatch.h"
+#include "Trouble.h"
+#include <cerrno>
+#include <chrono>
+#include <csignal>
+#include <cstdio>
+#include <cstring>
+#include <exception>
+#include <pthread.h>
+#include <thread>
+
+using libobribase::loadShared;
+using libobribase::storeShared;
+using namespace std::chrono_literals;
+using Clock = std::chrono::steady_clock;
+
+namespace {
+
+pthread_t sStreamingThread;
+FrameGate sFrameGate;
+StreamWatch sWatch;
+std::atomic<bool> sStartUpDone{false};
+
+// Streaming thread only: what has been said about the stream, so that it is said once, and which stream is watched.
+bool sSaidDead = false;
+bool sSaidUnplugged = false;
+uint64_t sWatchedSession = 0;
+
+void announceStreaming(bool streaming)
+{
+    updateStreamStatus([=](SStreamStatus& status) { status.streaming = streaming; });
+}
+
+/// A new stream on the buffers as they are. Called with the gate held.
+void streamBegins()
+{
+    m_frameProcessor->StreamStarted();
+    sFrameGate.openSession();
+}
+
+/// The camera is gone. Nothing is stopped, for no request can reach it; what was recorded is made whole.
+void cameraUnplugged()
+{
+    if (sSaidUnplugged)
+        return;
+    sSaidUnplugged = true;
+    const FrameGate::Control control(sFrameGate);
+    const bool recording = getIsRecording();
+    sayTrouble(recording ? "The camera was unplugged: the recording ends here" : "The camera was unplugged");
+    if (recording)
+        m_frameProcessor->StopRecording();
+    updateStreamStatus([](SStreamStatus& status) { status.cameraConnected = false; });
+}
+
+/// Brings a dead stream back while the camera is still there; a recording goes on. Waits for the next verdict when
+/// that does not help.
+void restartStream(uint64_t session)
+{
+    const FrameGate::Control control(sFrameGate);
+    if (sFrameGate.session() != session)
+        return;
+    SVideoDevice& cam = obriCam();
+    int error = cameraDeviceProbe(cam.fd);
+    if (error == 0) {
+        if (!sSaidDead)
+            sayTrouble("The stream has died: it is stopped and started again");
+        sSaidDead = true;
+        error = cameraDeviceRestartStreaming(cam.fd, &cam.videomem);
+    }
+    if (error == ENODEV)
+        cameraUnplugged();
+    else
+        streamBegins(); // also when it failed: the next verdict takes its time again
+}
+
+/// A stream that another thread has started is judged from its own beginning.
+void watchSession(uint64_t session)
+{
+    if (session == sWatchedSession)
+        return;
+    sWatchedSession = session;
+    sWatch.streamStarted(Clock::now());
+}
+
+void act(EStreamVerdict verdict, uint64_t session)
+{
+    switch (verdict) {
+    case EStreamVerdict::Patience:
+        break;
+    case EStreamVerdict::Dead:
+        restartStream(session);
+        break;
+    case EStreamVerdict::Unplugged:
+        cameraUnplugged();
+        break;
+    }
+}
+
+/// The last line of defence: a frame ends its recordings by itself when a writer fails.
+void processFrameSafely(SVideoDevice& cam)
+{
+    try {
+        m_frameProcessor->ProcessFrame(&cam);
+    } catch (const std::exception& failure) {
+        const std::string line = std::string("Frame processing failed: ") + failure.what();
+        fprintf(stderr, "%s\n", line.c_str());
+        libobribase::logString("E " + line);
+        m_frameProcessor->StopRecording();
+        releaseFrameBuffer(cam.fd, &cam.videomem);
+    }
+}
+
+struct SDequeued {
+    bool entered = false; ///< false: the frame belonged to a stream that has ended
+    int error = 0;
+    uint32_t bytes = 0;
+};
+
+SDequeued processFrame(uint64_t session)
+{
+    const FrameGate::Frame frame(sFrameGate, session);
+    if (!frame)
+        return {};
+    SVideoDevice& cam = obriCam();
+    processFrameSafely(cam);
+    return {.entered = true, .error = cam.videomem.dequeueError, .bytes = cam.videomem.dequeuedBytes};
+}
+
+void frameIsReady(uint64_t session)
+{
+    const SDequeued dequeued = processFrame(session);
+    if (!dequeued.entered)
+        return;
+    if (dequeued.error != 0) {
+        act(sWatch.dequeueFailed(dequeued.error), session);
+        // A dead descriptor is always ready: without a pause this loop would print millions of lines a second.
+        std::this_thread::sleep_for(1s);
+    } else if (dequeued.bytes == 0) {
+        sWatch.bufferWasEmpty();
+    } else {
+        sWatch.frameArrived(Clock::now());
+        sSaidDead = false;
+    }
+}
+
+void noFrameCame(uint64_t session, Clock::time_point began)
+{
+    if (sFrameGate.session() != session)
+        return;
+    act(sWatch.timedOut(Clock::now()), session);
+    // A wait that fails at once must not become a busy loop; after a time-out the second has passed.
+    std::this_thread::sleep_until(began + 1s);
+}
+
+/// Signals are the main thread's: here they would only cut a wait for a frame short.
+void leaveSignalsToMainThread()
+{
+    sigset_t signals;
+    sigemptyset(&signals);
+    for (int signal : {SIGINT, SIGTERM, SIGHUP})
+        sigaddset(&signals, signal);
+    pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+}
+
+} // namespace
+
+FrameGate& frameGate()
+{
+    return sFrameGate;
+}
+
+void createStreamingThread()
+{
+    pthread_create(&sStreamingThread, nullptr, streamingThread, nullptr);
+}
+
+void releaseStreamingThread()
+{
+    sStartUpDone.store(true);
+    sStartUpDone.notify_all();
+}
+
+void* streamingThread(void*)
+{
+    leaveSignalsToMainThread();
+    puts("Streaming thread running...");
+    streamingThreadInit();
+    while (streamingThreadRun()) {
+    }
+    return nullptr;
+}
+
+void streamingThreadInit()
+{
+    std::this_thread::sleep_for(3s);
+    sStartUpDone.wait(false); // a slow window must not send its own format after this one
+    const FrameGate::Control control(sFrameGate);
+    setResolution(1624, 1240);
+    startStreaming();
+}
+
+int streamingThreadRun()
+{
+    const uint64_t session = sFrameGate.session(); // before the wait: what it finds belongs to this stream or none
+    const Clock::time_point began = Clock::now();
+    watchSession(session);
+    if (!getIsStreaming() || sFrameGate.isClosed())
+        std::this_thread::sleep_for(1s);
+    else if (cameraDeviceWaitForFrame(obriCam().fd))
+        frameIsReady(session);
+    else
+        noFrameCame(session, began);
+    return 1;
+}
+
+void startStreaming()
+{
+    const FrameGate::Control control(sFrameGate);
+    SVideoDevice& cam = obriCam();
+    if (loadShared(cam.isStreaming))
+        return;
+    allocateVideoMemory(cam.fd, &cam.videomem);
+    mapVideoMemory(cam.fd, &cam.videomem);
+    cameraDeviceStartStreaming(cam.fd);
+    storeShared(cam.isStreaming, 1);
+    streamBegins();
+    announceStreaming(true);
+}
+
+void stopStreaming()
+{
+    const FrameGate::Control control(sFrameGate);
+    SVideoDevice& cam = obriCam();
+    if (!loadShared(cam.isStreaming))
+        return;
+    cameraDeviceStopStreaming(cam.fd);
+    storeShared(cam.isStreaming, 0);
+    sFrameGate.endSession();
+    announceStreaming(false);
+    unmapVideoMemory(cam.fd, &cam.videomem);
+    releaseVideoMemory(cam.fd, &cam.videomem);
+}
+
+void startRecordingAdv()
+{
+    const FrameGate::Control control(sFrameGate);
+    m_frameProcessor->StartRecordingAdv();
+}
+
+void startRecordingFits()
+{
+    const FrameGate::Control control(sFrameGate);
+    m_frameProcessor->StartRecordingFits();
+}
+
+void stopRecording()
+{
+    const FrameGate::Control control(sFrameGate);
+    m_frameProcessor->StopRecording();
+}
+
+void startRecordingSingleFits(int kind)
+{
+    const FrameGate::Control control(sFrameGate);
+    m_frameProcessor->StartRecordingSingleFits(static_cast<char>(kind));
+}
+
+int getIsStreaming()
+{
+    return loadShared(obriCam().isStreaming) != 0;
+}
+
+int getIsRecording()
+{
+    return m_frameProcessor && m_frameProcessor->IsRecording();
+}
+
+void noteExposureTime(int ms)
+{
+    sWatch.noteExposureTime(ms);
+}
+
+void renderFrameInViewer(uint32_t* frame, int width)
+{
+    if (MainWindow* window = loadShared(gMainWindow))
+        window->renderPreviewFrame(frame, width, obriCam().h);
+}
+
+void invalidateHistogram()
+{
+    if (MainWindow* window = loadShared(gMainWindow))
+        window->invalidateHistogram();
+}
