@@ -10,13 +10,17 @@
 #include "SUiFunctions.h"
 #include <cstdio>
 #include <gdkmm/monitor.h>
+#include <gio/gio.h>
 #include <giomm/menumodel.h>
 #include <giomm/resource.h>
 #include <gtkmm/application.h>
 #include <gtkmm/cssprovider.h>
 #include <gtkmm/menubar.h>
 #include <gtkmm/stylecontext.h>
+
+extern "C" { // generated as plain C
 #include <obriresources.h>
+}
 
 namespace {
 

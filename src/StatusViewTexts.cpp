@@ -98,7 +98,7 @@ std::string countersText(const SStreamStatus& status)
 {
     if (status.framesSeen == 0)
         return "Error counter";
-    return counted(status.framesSeen, "frame", "frames") + ", " + std::to_string(status.framesLost) + " lost, " +
+    return counted(status.framesSeen, "frame", "frames") + ", " + std::to_string(status.framesLost) + " lost,\n" +
            counted(status.overlayErrors, "overlay error", "overlay errors");
 }
 

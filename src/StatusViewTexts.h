@@ -19,7 +19,7 @@ SDiskRoom readDiskRoom(const char* folder);
 
 std::string cameraText(const SStreamStatus& status);   ///< the camera's name, or "Not connected"
 std::string gpsText(const SStreamStatus& status);      ///< fix, satellites, temperature; "Status" before a frame came
-std::string countersText(const SStreamStatus& status); ///< frames seen and lost, overlay errors; "Error counter" before
+std::string countersText(const SStreamStatus& status); ///< frames, overlay errors, two lines; "Error counter" before
 
 /// Frames, seconds, file, frames lost, free space and minutes left of an active recording, in one line.
 std::string recordingText(const SRecordingStatus& recording, const SDiskRoom& room);
