@@ -129,7 +129,6 @@ void FrameProcessing::CreatePreview(BinaryOverlay*, ZoneMatrix* zones, uint32_t*
     const int endRow = m_height - std::clamp(rawRowsAtBottom, 0, m_height);
     const int left = std::clamp(rawColumnsAtLeft, 0, m_width);
     const bool showZones = zones && zones->isEnabled();
-    const SOverflowMarks marks{invertedMode};
     SHistogramTables tables;
 
     for (int row = 0; row < endRow; ++row) {
@@ -145,7 +144,7 @@ void FrameProcessing::CreatePreview(BinaryOverlay*, ZoneMatrix* zones, uint32_t*
         } else if (showOverflow) {
             const bool keepsText = skipTextArea && row < m_textHeight;
             const int begin = std::min(keepsText ? std::max(left, m_textWidth) : left, m_width);
-            kernels.markOverflow(pixels + begin, colours + begin, m_width - begin, marks);
+            kernels.markOverflow(pixels + begin, colours + begin, m_width - begin, invertedMode != 0);
         }
     }
     for (int row = endRow; row < m_height; ++row)

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <vector>
 
 namespace libobribase {
 
@@ -19,10 +20,9 @@ struct SPixelCorrection {
     uint16_t flatScale;    ///< 0: no flat
 };
 
-/// Which pixels are coloured as overflowing, and how.
-struct SOverflowMarks {
-    int inverted; ///< dark pixels overflow instead of bright ones
-};
+// Pixel values from which on a pixel counts as overflowing, bright or, in inverted images, dark.
+constexpr int sYellowAbove = 58981, sRedAbove = 64224;
+constexpr int sYellowBelow = 6555, sRedBelow = 1312;
 
 /// Counts of 64 pixel values each, in tables that take turns: an increment would otherwise wait for the store of the
 /// one before whenever neighbours are alike. The tables do not lie a multiple of 4096 bytes apart, because then the
@@ -38,7 +38,7 @@ struct SHistogramTables {
 /// All levels give the same bits. Pointers need no alignment; a run holds at most sMaxRun pixels, and may be empty.
 /// Nothing outside the runs is read or written. Cannot fail, allocate nothing. Any thread.
 struct SPixelKernels {
-    static constexpr int sMaxRun = 1 << 22;
+    static constexpr int sMaxRun = 1 << 18;
 
     const char* name;
     /// Decodes count words of two bytes; returns the sum of the pixels.
@@ -59,11 +59,17 @@ struct SPixelKernels {
     /// The same, and counts the pixels.
     void (*colourAndCount)(const uint16_t* pixels, uint32_t* rgb, int count, const uint32_t* colours,
                            SHistogramTables& tables);
-    /// Marks the overflowing pixels among the colours found for them.
-    void (*markOverflow)(const uint16_t* pixels, uint32_t* rgb, int count, const SOverflowMarks& marks);
+    /// Marks the colours of overflowing pixels: the bright ones, or in an inverted image the dark ones.
+    void (*markOverflow)(const uint16_t* pixels, uint32_t* rgb, int count, bool inverted);
 };
 
-/// The best level that this processor has; chosen once.
+/// The levels that this processor has, the plainest first.
+const std::vector<const SPixelKernels*>& pixelLevels();
+
+/// The level in use: the last of pixelLevels().
 const SPixelKernels& pixelKernels();
+
+/// Puts another level in use, to test or to time it.
+void choosePixelKernels(const SPixelKernels& level);
 
 } // namespace libobribase

@@ -132,17 +132,17 @@ inline void plainColourAndCount(const uint16_t* pixels, uint32_t* rgb, int count
     }
 }
 
-inline uint32_t markedColour(uint32_t colour, int pixel, const SOverflowMarks& marks)
+inline uint32_t markedColour(uint32_t colour, int pixel, bool inverted)
 {
-    if (marks.inverted)
-        return pixel < 1312 ? colour | 0xFF0000 : pixel < 6555 ? colour | 0xFFFF00 : colour;
-    return pixel > 64224 ? colour & 0xFF0000 : pixel > 58981 ? colour & 0xFFFF00 : colour;
+    if (inverted)
+        return pixel < sRedBelow ? colour | 0xFF0000 : pixel < sYellowBelow ? colour | 0xFFFF00 : colour;
+    return pixel > sRedAbove ? colour & 0xFF0000 : pixel > sYellowAbove ? colour & 0xFFFF00 : colour;
 }
 
-inline void plainMarkOverflow(const uint16_t* pixels, uint32_t* rgb, int count, const SOverflowMarks& marks)
+inline void plainMarkOverflow(const uint16_t* pixels, uint32_t* rgb, int count, bool inverted)
 {
     for (int i = 0; i < count; ++i)
-        rgb[i] = markedColour(rgb[i], pixels[i], marks);
+        rgb[i] = markedColour(rgb[i], pixels[i], inverted);
 }
 
 } // namespace
