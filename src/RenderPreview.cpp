@@ -7,6 +7,7 @@
 #include <giomm/resource.h>
 #include <gtkmm/enums.h>
 #include <iostream>
+#include <utility>
 
 namespace {
 
@@ -96,8 +97,14 @@ void RenderPreview::setAspectRatio(EAspectRatio ar, int zoomPercent)
 void RenderPreview::onGlDispatchDraw()
 {
     m_wakePending.store(false); // before the image is taken: one that comes later wakes us again
+    if (!textureHandle[0])
+        return;
+    if (m_drawPending) { // the screen cannot follow: upload once for each image that it shows
+        m_newerWaits = true;
+        return;
+    }
     const PreviewImage& image = m_images.newest();
-    if (!textureHandle[0] || image.width == 0)
+    if (image.width == 0)
         return;
     frameW = image.width;
     frameH = image.height;
@@ -111,6 +118,7 @@ void RenderPreview::onGlDispatchDraw()
             setTextureCoordinates();
         uploadTexture();
         glPreviewArea->queue_draw();
+        m_drawPending = true;
     } catch (const Glib::Error& error) {
         printError("onGlDispatchDraw", error);
     }
@@ -257,6 +265,9 @@ void RenderPreview::linkProgram(GLuint vertex, GLuint fragment)
 
 bool RenderPreview::onGlRender(const Glib::RefPtr<Gdk::GLContext>&)
 {
+    m_drawPending = false;
+    if (std::exchange(m_newerWaits, false))
+        glDrawingDispatcher.emit();
     try {
         glPreviewArea->throw_if_error();
         glClearColor(0.5f, 0.5f, 0.5f, 1.0f);
@@ -321,6 +332,7 @@ void RenderPreview::releaseGlObjects()
         glDeleteProgram(m_Program);
     m_Buffer = uvbuffer = m_Vao = textureHandle[0] = m_Program = 0;
     m_textureW = m_textureH = 0; // a new texture holds nothing
+    m_drawPending = m_newerWaits = false;
 }
 
 GLuint create_shader(GLenum type, const char* source)

@@ -77,6 +77,8 @@ private:
     std::atomic<bool> m_acceptsFrames{false}; // a texture exists
     std::atomic<bool> m_wakePending{false};   // the dispatcher's pipe holds one wake-up at most
     int m_textureW = 0, m_textureH = 0;       // size of the image that the texture was made for
+    bool m_drawPending = false;               // what was uploaded has not been drawn yet
+    bool m_newerWaits = false;                // a wake-up came meanwhile
     bool m_isGles = false;
 };
 
