@@ -1,0 +1,92 @@
+#include "FitsSequenceWriter.h"
+
+#include "RecordingTestKit.h"
+
+#include <fitsio.h>
+#include <gtest/gtest.h>
+#include <random>
+
+namespace {
+struct SSize {
+    int width;
+    int height;
+};
+
+// Runs a command and returns what it prints.
+std::string outputOf(const std::string& command)
+{
+    std::string text;
+    FILE* pipe = popen(command.c_str(), "r");
+    for (int c = 0; pipe != nullptr && (c = fgetc(pipe)) != EOF;)
+        text.push_back(static_cast<char>(c));
+    pclose(pipe);
+    return text;
+}
+} // namespace
+
+class FitsOutsideReader : public testing::TestWithParam<SSize> {
+protected:
+    void SetUp() override
+    {
+        const auto [width, height] = GetParam();
+        std::mt19937 random(1624);
+        image.resize(static_cast<size_t>(width * height));
+        for (auto& pixel : image)
+            pixel = static_cast<uint16_t>(random());
+        FakeProvider provider;
+        provider.header = {{"OBSERVER", "Ann O'Hara"}, {"TELESCOP", "C8"}, {"INSTRUME", "OBRI+CAM"}, {"OBJECT", "x"}};
+        provider.frame = {{"DATE-OBS", "2020-01-01T00:00:00.040"}, {"EXPTIME", "0.040000000"}, {"CCD-TEMP", "21.0"}};
+        libobrifile::FitsSequenceWriter writer(&provider);
+        writer.CreateFitsSequence(directory / "s_[FRAMENR].fits", width, height, 16);
+        writer.StartRecording();
+        writer.RecordFrame(reinterpret_cast<uint8_t*>(image.data()), image.size() * 2, 0);
+        writer.StopRecording();
+    }
+    TemporaryDirectory directory;
+    std::string path = directory / "s_00001.fits";
+    std::vector<uint16_t> image; // top row first
+};
+
+TEST_P(FitsOutsideReader, SeesTheImageAndItsHeader)
+{
+    const auto [width, height] = GetParam();
+    fitsfile* file = nullptr;
+    int status = 0, bitpix = 0, axes = 0;
+    long sizes[2] = {};
+    fits_open_image(&file, path.c_str(), READONLY, &status);
+    fits_get_img_param(file, 2, &bitpix, &axes, sizes, &status);
+    ASSERT_EQ(status, 0);
+    EXPECT_EQ(bitpix, 16);
+    ASSERT_EQ(sizes[0], width);
+    ASSERT_EQ(sizes[1], height);
+    std::vector<uint16_t> read(image.size());
+    fits_read_img(file, TUSHORT, 1, static_cast<LONGLONG>(read.size()), nullptr, read.data(), nullptr, &status);
+    char observer[FLEN_VALUE] = "";
+    fits_read_key(file, TSTRING, "OBSERVER", observer, nullptr, &status);
+    fits_close_file(file, &status);
+    ASSERT_EQ(status, 0);
+    EXPECT_STREQ(observer, "Ann O'Hara");
+    for (int y = 0; y < height; ++y)
+        ASSERT_TRUE(std::equal(&read[size_t(y) * width], &read[size_t(y) * width] + width,
+                               &image[size_t(height - 1 - y) * width]))
+            << "FITS row " << y;
+}
+
+TEST_P(FitsOutsideReader, ComplainsAboutTheDataFillAlone)
+{
+    const std::string report = outputOf("fitsverify '" + path + "' 2>&1");
+    if (report.find("erification found") == std::string::npos)
+        GTEST_SKIP() << "fitsverify is not installed";
+    const bool hasFill = image.size() * 2 % 2880 != 0;
+    EXPECT_NE(report.find(hasFill ? "found 0 warning(s) and 1 error(s)" : "found 0 warning(s) and 0 error(s)"),
+              std::string::npos)
+        << report;
+    EXPECT_EQ(report.find("Data fill") != std::string::npos || report.find("ata fill area") != std::string::npos,
+              hasFill)
+        << report;
+}
+
+INSTANTIATE_TEST_SUITE_P(Size, FitsOutsideReader, testing::Values(SSize{1624, 1240}, SSize{176, 128}, SSize{1440, 2}),
+                         [](const auto& test) {
+                             return std::to_string(test.param.width) + "x" + std::to_string(test.param.height);
+                         });
