@@ -20,7 +20,10 @@ class FitsWriter;
 namespace libobribase {
 class FrameProcessing;
 }
+struct SFrameDevice;
 struct SVideoDevice;
+
+extern const SFrameDevice sFrameDevice;
 
 /// The largest image that the camera sends, in pixels; frames beyond it are refused.
 constexpr int sMaxFrameWidth = 1624;
@@ -33,8 +36,6 @@ struct SFitsRecordingJob {
     int framesSummed = 0;
     int isActive = 0;
     int state = 0; ///< 1: a cancel was requested, 2: it was carried out
-    int width = 0; ///< geometry of the frames that were summed, 0 before the first
-    int height = 0;
 };
 
 /// Carries each frame from the driver's buffer through decoding, corrections, recording and preview.
@@ -43,7 +44,8 @@ struct SFitsRecordingJob {
 /// the main thread while the frame gate keeps frames out; so neither side needs a lock. Built before main runs.
 class FrameProcessor : public libobrifile::IFileWriterAttributesProvider {
 public:
-    FrameProcessor();
+    /// @param device  where frames come from and previews go to; kept for the processor's life.
+    explicit FrameProcessor(const SFrameDevice& device = sFrameDevice);
     virtual ~FrameProcessor();
     FrameProcessor(const FrameProcessor&) = delete;
     FrameProcessor& operator=(const FrameProcessor&) = delete;
@@ -131,27 +133,17 @@ protected:
     int m_recordingHeight = 0;
     SRecordingStatus m_recordingStatus;
     std::chrono::steady_clock::time_point m_recordingBegin;
-    bool m_previousFrameKnown = false; ///< m_previousFrameNumber belongs to this stream and a valid overlay
-    uint32_t m_previousValidFrameId = 0;
-    uint64_t m_framesSeen = 0;
-    uint64_t m_framesLost = 0;
-    uint64_t m_overlayErrors = 0;
-    int m_refusedWidth = 0; ///< geometry whose refusal has been reported
-    int m_refusedHeight = 0;
-    bool m_shortFrameReported = false;
 
     uint16_t* decoded() { return reinterpret_cast<uint16_t*>(m_decodedFrame); }
 
-    /// Notes an active recording for status and IsRecording, and clears the per-recording sums.
-    void recordingBegan(const std::string& format, const std::string& file);
-    /// Notes its end; the numbers of the recording stay readable.
-    void recordingEnded();
-    /// Stops and frees m_videoWriter, whatever it throws, then recordingEnded(). Harmless without a writer.
+    /// Takes over a writer that is recording frames of m_width x m_height to file: notes it for status and
+    /// IsRecording, and clears the sums over a recording.
+    void recordingBegan(libobrifile::BaseWriter* writer, const std::string& file);
+    /// Stops and frees m_videoWriter; what it could not finish is said like failRecording's line, once. Harmless
+    /// without a writer.
     void closeVideoWriter();
-    /// Bytes that the active recording has written so far; cheap enough for every frame.
-    uint64_t recordedBytes() const;
-    /// Ends the recording because of a fault: "<what> (<reason>)" once on standard error, once as "E " in the log.
-    void failRecording(const char* what, const char* reason);
+    /// Ends the recording because of a fault: the line once on standard error, once as "E " in the log.
+    void failRecording(const std::string& line);
 
     /// Lets the header service fill size, times and attributes of the frame at hand into m_fitsWriter's header.
     void WriteFitsFileStaticHeader();
@@ -161,31 +153,47 @@ protected:
 private:
     struct SFrame;
 
-    bool takeFrame(SVideoDevice* cam, SFrame& frame);
+    // In the order in which a frame meets them.
     bool isUsable(const SFrame& frame, int bytesUsed);
-    void adoptGeometry(SFrame& frame);
-    void processTakenFrame(SFrame& frame);
+    void processUsableFrame(SFrame& frame);
+    void adoptGeometry(const SFrame& frame);
+    void endWhatHasOtherGeometry(int width, int height);
     void readOverlay(libobribase::FrameProcessing& processing, SFrame& frame);
-    void countLostFrames(uint32_t frameId);
+    void countFrame(uint32_t frameId);
     void convertCameraTime(SFrame& frame);
     void feedGpsLog();
-    void feedPhotometry(const SFrame& frame);
+    void correct(libobribase::FrameProcessing& processing, SFrame& frame);
+    void feedPhotometry();
     void writeFitsFiles();
     void writeSingleFits();
-    void writeAveragedFits();
-    void dropFitsJob();
-    void sumAveragedFrame();
+    void averageFits();
     void writeAveragedHeader();
-    void finishAveragedFits();
+    void sumFrame();
+    void finishAverage();
+    void dropFitsJob();
+    void dropFits(const std::string& line);
     void recordVideo(const SFrame& frame);
     void recordVideoFrame(const SFrame& frame);
     void noteFirstFrame();
     void noteLastFrame();
     void sumGpsPosition();
-    void buildPreview(libobribase::FrameProcessing& processing, const SFrame& frame);
+    void buildPreview(libobribase::FrameProcessing& processing, SFrame& frame);
     void drawCrossHair();
-    void publishStatus();
+    void fillPreview(int left, int top, int right, int bottom);
+    void handOverPreview(const SFrame& frame);
     void updateRecordingStatus();
+    void publishStatus(SFrame& frame);
+
+    const SFrameDevice& m_device;
+    bool m_previousFrameKnown = false;  ///< m_previousReadFrameId belongs to this stream
+    uint32_t m_previousReadFrameId = 0; ///< of the latest frame whose overlay could be read
+    uint32_t m_unreadSincePrevious = 0; ///< frames since then whose overlay could not
+    uint64_t m_framesSeen = 0;
+    uint64_t m_framesLost = 0;
+    uint64_t m_overlayErrors = 0;
+    int m_refusedWidth = 0; ///< geometry whose refusal has been said
+    int m_refusedHeight = 0;
+    bool m_shortFrameSaid = false;
 };
 
 /// The one histogram, there before main runs.

@@ -12,7 +12,7 @@ struct SRecordingStatus {
     uint64_t frames = 0;        ///< frames written
     uint64_t framesLost = 0;    ///< gaps in the camera's counter since the recording began
     double seconds = 0;         ///< since the recording began
-    uint64_t bytesWritten = 0;  ///< size of what was written
+    uint64_t bytesWritten = 0;  ///< frames times bytesPerFrame
     uint64_t bytesPerFrame = 0; ///< pixels of one frame, uncompressed
     double bytesPerSecond = 0;  ///< bytesWritten over seconds
 };
@@ -29,6 +29,7 @@ struct SStreamStatus {
     uint64_t framesLost = 0;    ///< gaps in the camera's own counter, since the stream began
     uint64_t overlayErrors = 0; ///< frames whose overlay could not be read, since the program began
     uint32_t cameraFrameId = 0;
+    std::string overlayText; ///< the overlay summed up in one line; of the last frame that could be read
 
     bool timeValid = false; ///< the latest frame carries GPS times
     int fixState = 0;

@@ -63,11 +63,33 @@ private:
 
     /// What reading a table found.
     struct STable {
-        size_t bytes;   ///< size of the table
-        bool truncated; ///< the block ends within the table
-        unsigned v;     ///< last frequency read; 0 is a fault
-        int cp;         ///< sum of the frequencies, or of those read before a fault was seen
+        size_t bytes;           ///< its size
+        unsigned int v;         ///< the frequency read last; reading ends early at 0, which no table holds
+        int cp;                 ///< sum of the frequencies; reading ends early when it is too large
+        bool truncated = false; ///< the block ends within the table
     };
+
+    size_t Samples() const { return static_cast<size_t>(width) * static_cast<size_t>(height); }
+    size_t RawBytes() const { return 2 * Samples(); }
+
+    bool PrepareTables(unsigned short* uncompressed, int uncompressed_symbol_count);
+    void ForgetImage();
+    void CountSamples(std::span<const unsigned short> samples);
+    void CollectValues();
+    void FillEncoderTable();
+    bool CodeCannotShrink() const;
+    std::span<DecoderPair> Table() { return {decoder_table, static_cast<size_t>(table_entries)}; }
+
+    size_t TableBytes() const;
+    int StoreDecompressionTable(void* comp);
+    int StoreRaw(const unsigned short* uncompressed, void* compressed) const;
+
+    int LoadDecompressionTable(std::span<const uint8_t> comp);
+    STable ReadTable(std::span<const uint8_t> comp);
+    bool LoadSamples(std::span<const uint8_t> block, size_t codeAt, unsigned short* uncompressed,
+                     size_t* end = nullptr);
+    bool IsRaw(std::span<const uint8_t> compressed) const;
+    size_t LoadRaw(std::span<const uint8_t> compressed, unsigned short* uncompressed) const;
 
     int width;
     int height;
@@ -75,10 +97,16 @@ private:
     int frequencies[Values] = {};
     EncoderPair encoder_table[Values] = {};
     DecoderPair decoder_table[Values + 1] = {};
+
+    int m_oddFrequencies[Values] = {}; // counts of every second sample; all zero between images
+    DecoderPair m_sortBuffer[Values];
 };
 
 /// Table order: true when a is more frequent than b.
-bool compare(const DecoderPair& a, const DecoderPair& b);
+inline bool compare(const DecoderPair& a, const DecoderPair& b)
+{
+    return a.cprobability > b.cprobability;
+}
 
 /// Writes two bytes, low byte first.
 void WriteShort(void* dest, unsigned short val);

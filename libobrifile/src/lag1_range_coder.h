@@ -36,6 +36,9 @@ int RangeCompress(const unsigned short* src, void* dest, int length, EncoderPair
 /// @return the number of bytes written, less than room; or room, when the code needs that or more.
 size_t RangeCompress(std::span<const unsigned short> src, uint8_t* dest, size_t room, const EncoderPair* encoder_table);
 
+/// A code ends with four bytes, and no sample adds more than three to it.
+constexpr size_t sLeastCodeBytes = 4, sMostCodeBytesPerSample = 3;
+
 /// How far beyond its room the encoder above may write before it notices.
 constexpr size_t sRangeCodeSlack = 1024;
 

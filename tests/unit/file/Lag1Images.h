@@ -1,0 +1,90 @@
+#pragma once
+
+#include <algorithm>
+#include <cmath>
+#include <cstddef>
+#include <cstdint>
+#include <random>
+#include <vector>
+
+// Images that a coder meets, and a few that it should never meet. Equal seeds give equal images.
+namespace lag1images {
+
+using Image = std::vector<uint16_t>;
+
+/// 12-bit samples in the upper bits: a dark sky with noise, and stars of all magnitudes.
+inline Image sky(int width, int height, unsigned seed = 1)
+{
+    std::mt19937 random(seed);
+    std::normal_distribution<float> noise(180.0f, 14.0f);
+    std::vector<float> light(static_cast<size_t>(width) * static_cast<size_t>(height));
+    for (float& pixel : light)
+        pixel = noise(random);
+    std::uniform_real_distribution<float> place(0, 1);
+    for (size_t star = 0; star < light.size() / 4000 + 1; ++star) {
+        const float x0 = place(random) * float(width), y0 = place(random) * float(height);
+        const float peak = 40 * std::pow(place(random) + 0.003f, -1.2f);
+        for (int y = std::max(0, int(y0) - 8); y < std::min(height, int(y0) + 9); ++y)
+            for (int x = std::max(0, int(x0) - 8); x < std::min(width, int(x0) + 9); ++x)
+                light[size_t(y) * size_t(width) + size_t(x)] +=
+                    peak * std::exp(-((float(x) - x0) * (float(x) - x0) + (float(y) - y0) * (float(y) - y0)) / 6);
+    }
+    Image image(light.size());
+    std::transform(light.begin(), light.end(), image.begin(),
+                   [](float pixel) { return uint16_t(int(std::clamp(pixel, 0.0f, 4095.0f)) << 4); });
+    return image;
+}
+
+/// Samples spread evenly over `values` numbers that lie `step` apart.
+inline Image noise(size_t samples, unsigned values, unsigned step = 1, unsigned seed = 1)
+{
+    std::mt19937 random(seed);
+    Image image(samples);
+    for (uint16_t& sample : image)
+        sample = static_cast<uint16_t>(random() % values * step);
+    return image;
+}
+
+/// A ramp along the lines with a little noise.
+inline Image gradient(int width, int height)
+{
+    std::mt19937 random(3);
+    Image image;
+    for (int y = 0; y < height; ++y)
+        for (int x = 0; x < width; ++x)
+            image.push_back(uint16_t((200 + x * 1500 / width + int(random() % 4)) << 4));
+    return image;
+}
+
+/// One bright sample in a thousand on an even ground.
+inline Image flat(size_t samples)
+{
+    std::mt19937 random(4);
+    Image image(samples, 0x0B40);
+    for (uint16_t& sample : image)
+        sample = uint16_t(sample + 16 * (random() % 3) + (random() % 1000 == 0 ? 0x4000 : 0));
+    return image;
+}
+
+/// Every 16-bit value, some much more often than others.
+inline Image everyValue(size_t samples)
+{
+    std::mt19937 random(5);
+    Image image(samples);
+    for (size_t i = 0; i < samples; ++i)
+        image[i] = i < 65536 ? uint16_t(i * 40503) : uint16_t(random() % 50);
+    return image;
+}
+
+/// Takes a number from each line's samples, as a correction for line noise does.
+inline Image withoutLineNoise(Image image, int width)
+{
+    std::mt19937 random(6);
+    for (size_t i = 0, offset = 0; i < image.size(); ++i) {
+        offset = i % size_t(width) == 0 ? random() % 97 : offset;
+        image[i] = uint16_t(image[i] - std::min<size_t>(image[i], offset));
+    }
+    return image;
+}
+
+} // namespace lag1images

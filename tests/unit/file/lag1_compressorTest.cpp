@@ -1,0 +1,259 @@
+#include "lag1_compressor.h"
+
+#include "Lag1Images.h"
+#include "Lag1Reference.h"
+#include <gtest/gtest.h>
+#include <memory>
+#include <random>
+
+namespace {
+
+using lag1images::Image;
+using lag1reference::EEquals;
+using libobrifile::Compressor;
+using Bytes = std::vector<uint8_t>;
+
+Bytes compress(Compressor& compressor, Image image)
+{
+    Bytes block(2 * image.size() + 8 + libobrifile::sRangeCodeSlack, 0xA5);
+    EXPECT_EQ(Compressor::ScratchBytes(int(image.size()), 1), block.size());
+    block.resize(size_t(compressor.CompressData(image.data(), block.data())));
+    return block;
+}
+
+Bytes compressPlainly(const Image& image, EEquals equals = EEquals::Ascending)
+{
+    lag1reference::Compressor plain(image.size(), equals);
+    Bytes block(lag1reference::Compressor::outputBytes(std::max<size_t>(image.size(), 65536)));
+    block.resize(plain.compress(image.data(), block.data()));
+    return block;
+}
+
+std::unique_ptr<Compressor> compressorFor(const Image& image)
+{
+    return std::make_unique<Compressor>(int(image.size()), 1);
+}
+
+Bytes compress(const Image& image)
+{
+    return compress(*compressorFor(image), image);
+}
+
+// Through every entry; a block of exactly its own size, so that the address sanitizer sees its end.
+void expectRoundTrip(const Image& image, const Bytes& block)
+{
+    const auto compressor = compressorFor(image);
+    Image back(image.size());
+    size_t used = 0;
+    ASSERT_TRUE(compressor->TryDecompress(block, back.data(), &used));
+    EXPECT_EQ(used, block.size());
+    ASSERT_EQ(back, image);
+    std::fill(back.begin(), back.end(), 0x5A5A);
+    compressor->DecompressData(std::span<const uint8_t>(block), back.data());
+    ASSERT_EQ(back, image);
+    Bytes followed = block;
+    followed.resize(block.size() + 8, 0x77);
+    std::fill(back.begin(), back.end(), 0x5A5A);
+    compressor->DecompressData(followed.data(), back.data());
+    ASSERT_EQ(back, image);
+}
+
+struct SImageCase {
+    const char* name;
+    Image (*make)();
+};
+
+Image rareSecondValue()
+{
+    Image image(3000000, 16);
+    image[77] = 32;
+    return image;
+}
+
+using namespace lag1images;
+constexpr SImageCase sImages[] = {
+    {"OneSample", [] { return Image{0x1234}; }},
+    {"TwoEqualSamples", [] { return Image(2, 7); }},
+    {"ThreeEqualSamples", [] { return Image(3, 7); }},
+    {"AllZero", [] { return Image(1000); }},
+    {"AllOnes", [] { return Image(1000, 0xFFFF); }},
+    {"TwoValues", [] { return noise(4096, 2, 40000); }},
+    {"RareSecondValue", rareSecondValue},
+    {"Sky", [] { return sky(176, 128); }},
+    {"SkyWithoutLineNoise", [] { return withoutLineNoise(sky(176, 128), 176); }},
+    {"LargeSky", [] { return sky(1624, 100); }},
+    {"Gradient", [] { return gradient(640, 480); }},
+    {"Flat", [] { return flat(100000); }},
+    {"SmallNoise", [] { return noise(1000, 65536); }},
+    {"Noise", [] { return noise(400000, 65536); }},
+    {"NoiseOf12Bits", [] { return noise(200000, 4096, 16); }},
+    {"NoiseOf15Bits", [] { return noise(300000, 32768); }},
+    {"EveryValueOnce", [] { return everyValue(65536); }},
+    {"EveryValueAndAFewOften", [] { return everyValue(700000); }},
+    {"EveryValueInAnEvenGround", [] { return everyValue(4000000); }},
+};
+
+class Lag1Image : public testing::TestWithParam<SImageCase> {};
+
+TEST_P(Lag1Image, CompressesToThePlainCompressorsBytesAndBack)
+{
+    const Image image = GetParam().make();
+    const Bytes block = compress(image);
+    ASSERT_EQ(block, compressPlainly(image));
+    expectRoundTrip(image, block);
+    Image back(image.size());
+    Bytes readable = block;
+    readable.resize(block.size() + 8, 1);
+    lag1reference::Compressor(image.size()).decompress(readable.data(), back.data());
+    ASSERT_EQ(back, image);
+}
+
+TEST_P(Lag1Image, IsReadWhateverTheOrderOfEqualFrequencies)
+{
+    const Image image = GetParam().make();
+    for (const EEquals equals : {EEquals::Descending, EEquals::AsSorted})
+        expectRoundTrip(image, compressPlainly(image, equals));
+}
+
+INSTANTIATE_TEST_SUITE_P(Kind, Lag1Image, testing::ValuesIn(sImages),
+                         [](const auto& kind) { return std::string(kind.param.name); });
+
+// One instance for all frames: tables that keep a trace of an earlier image would show here.
+TEST(Compressor, GivesTheSameBytesWhateverItCompressedBefore)
+{
+    std::mt19937 random(4);
+    constexpr size_t samples = 3000;
+    Compressor& compressor = *new Compressor(60, 50);
+    const std::unique_ptr<Compressor> owner(&compressor);
+    for (int round = 0; round < 120; ++round) {
+        const unsigned step = 1 + random() % 16;
+        Image image = lag1images::noise(samples, 1 + random() % (1u << (1 + random() % 16)), step, random());
+        for (size_t i = 0; i < samples / 2 && round % 3; ++i) // half of it even
+            image[random() % samples] = image[0];
+        const Bytes block = compress(compressor, image);
+        ASSERT_EQ(block, compressPlainly(image)) << "round " << round;
+        Image back(samples);
+        ASSERT_TRUE(compressor.TryDecompress(block, back.data()));
+        ASSERT_EQ(back, image);
+    }
+}
+
+// Around the size where a code stops paying, early decisions must agree with the full procedure.
+TEST(Compressor, StoresRawExactlyWhenTheCodeIsNotSmaller)
+{
+    std::mt19937 random(2);
+    int raw = 0, rounds = 0;
+    for (unsigned values = 1; values < 300; values += 1 + values / 30)
+        for (int near = -3; near <= 3; ++near, ++rounds) {
+            const size_t samples = values * size_t(27 + near * 3) / 10 + random() % 7 + 1;
+            const Image image = lag1images::noise(samples, values, 1, random());
+            const Bytes block = compress(image);
+            ASSERT_EQ(block, compressPlainly(image)) << samples << " samples of " << values << " values";
+            raw += block.size() == 2 * samples + 8;
+        }
+    EXPECT_GT(raw, rounds / 10);
+    EXPECT_LT(raw, rounds * 9 / 10);
+}
+
+TEST(Compressor, WritesTheseBytes)
+{
+    EXPECT_EQ(compress(Image(100, 0xBEEF)), Bytes({0, 0, 0xEF, 0xBE}));
+    EXPECT_EQ(compress(Image(100, 0)), Bytes({0, 0, 0, 0}));
+    EXPECT_EQ(compress({1, 2}), Bytes({0, 0, 0, 0, 0, 0, 0, 0, 1, 0, 2, 0}));
+    // Three of four samples are 0x0102. Frequencies 786432 and 262144, both in 20 bits.
+    Image image(16, 0x0102);
+    for (const size_t at : {3u, 7u, 11u, 15u})
+        image[at] = 0x0304;
+    const Bytes values{1, 0, 0x02, 0x01, 0x04, 0x03}, frequencies{0x00, 0x00, 0x0C, 0x00, 0x40};
+    Bytes expected = values;
+    expected.insert(expected.end(), frequencies.begin(), frequencies.end());
+    expected.insert(expected.end(), {0x2D, 0x2F, 0x64, 0x00, 0x00});
+    EXPECT_EQ(compress(image), expected);
+}
+
+TEST(Compressor, GivesTheMissingShareToTheFirstOfThreeEquals)
+{
+    Image image(30);
+    for (size_t i = 0; i < image.size(); ++i)
+        image[i] = uint16_t(10 + i % 3);
+    const Bytes block = compress(image);
+    // 349526, 349525, 349525: 20 bits, then 19 (the highest bit of the one before is bit 18), 19.
+    const uint64_t fields = 349526 | uint64_t(349525) << 20 | uint64_t(349525) << 39;
+    ASSERT_GT(block.size(), 16u);
+    EXPECT_EQ(block[0], 2);
+    for (size_t i = 0; i < 8; ++i)
+        EXPECT_EQ(block[8 + i], uint8_t(fields >> 8 * i)) << "byte " << i;
+}
+
+TEST(Compressor, SaysHowMuchItRead)
+{
+    const auto decompress = [](const Image& image) {
+        Bytes block = compress(image);
+        block.resize(block.size() + 8, 0x11);
+        Image back(image.size());
+        return compressorFor(image)->DecompressData(block.data(), back.data());
+    };
+    EXPECT_EQ(decompress(Image(500, 3)), 4);
+    EXPECT_EQ(decompress(lag1images::noise(500, 65536)), 1008);
+    EXPECT_EQ(decompress(lag1images::noise(500, 2)), 6 + 5 + 1); // two fields of 20 bits, plus one
+}
+
+TEST(Compressor, RefusesAnEmptyFrame)
+{
+    EXPECT_DEATH(Compressor(0, 10), "frame_width>0");
+    EXPECT_DEATH(Compressor(10, -1), "frame_height>0");
+    EXPECT_DEATH(Compressor(65535, 65535), "MaxSamples");
+}
+
+TEST(Compressor, EndsTheProcessOnATableThatDoesNotAddUp)
+{
+    const Image image = lag1images::noise(500, 2);
+    const auto compressor = compressorFor(image);
+    Image back(image.size());
+    Bytes block = compress(image);
+    block.resize(block.size() + 8);
+    Bytes wrongSum = block, zero = block;
+    wrongSum[6] ^= 1;
+    std::fill(zero.begin() + 6, zero.begin() + 11, uint8_t(0));
+    EXPECT_DEATH(compressor->DecompressData(wrongSum.data(), back.data()), "cp==\\(1<<FRACTIONAL_BITS\\)");
+    EXPECT_DEATH(compressor->DecompressData(zero.data(), back.data()), "`v'");
+    EXPECT_FALSE(compressor->TryDecompress(wrongSum, back.data()));
+    EXPECT_FALSE(compressor->TryDecompress(zero, back.data()));
+}
+
+TEST(Compressor, RefusesABlockCutShortAnywhere)
+{
+    for (const Image& image : {lag1images::sky(20, 20), lag1images::noise(60, 65536), Image(50, 9), Image(50, 0)}) {
+        const auto compressor = compressorFor(image);
+        const Bytes block = compress(image);
+        Image back(image.size());
+        const bool raw = block.size() > 2 * image.size(); // less than its marker is an image of zeros
+        for (size_t size = raw ? 8 : 0; size < block.size(); ++size) {
+            const Bytes cut(block.begin(), block.begin() + long(size));
+            EXPECT_FALSE(compressor->TryDecompress(cut, back.data())) << size << " of " << block.size();
+        }
+        EXPECT_TRUE(compressor->TryDecompress(block, back.data()));
+    }
+}
+
+TEST(Compressor, SurvivesDamageAndStillReadsTheNextBlock)
+{
+    std::mt19937 random(99);
+    const Image image = lag1images::sky(40, 30);
+    const auto compressor = compressorFor(image);
+    const Bytes good = compress(image);
+    Image back(image.size());
+    for (int round = 0; round < 3000; ++round) {
+        Bytes bad = good;
+        for (unsigned i = 0; i <= random() % 4; ++i)
+            bad[random() % (round % 2 ? 40 : bad.size())] = uint8_t(random());
+        compressor->TryDecompress(bad, back.data());
+        if (round % 50 == 0) {
+            ASSERT_TRUE(compressor->TryDecompress(good, back.data()));
+            ASSERT_EQ(back, image);
+        }
+    }
+    EXPECT_EQ(compress(*compressor, image), good);
+}
+
+} // namespace

@@ -1,0 +1,159 @@
+#include "lag1_range_coder.h"
+
+#include "Lag1Images.h"
+#include "Lag1Reference.h"
+#include <gtest/gtest.h>
+#include <random>
+
+namespace {
+
+using namespace libobrifile;
+using Bytes = std::vector<uint8_t>;
+
+// The tables of a static model: sample value i has the i-th width.
+struct SModel {
+    explicit SModel(const std::vector<int>& widths)
+    {
+        int start = 0;
+        for (size_t i = 0; i < widths.size(); ++i) {
+            encoder[i] = {widths[i], start};
+            decoder.push_back({int(i), start});
+            start += widths[i];
+        }
+        decoder.push_back({0, 1 << FRACTIONAL_BITS});
+        EXPECT_EQ(start, 1 << FRACTIONAL_BITS);
+    }
+
+    Bytes compress(std::vector<uint16_t> samples)
+    {
+        Bytes code(samples.size() * 3 + 4);
+        code.resize(size_t(RangeCompress(samples.data(), code.data(), int(samples.size()), encoder.data())));
+        return code;
+    }
+
+    Bytes compressPlainly(const std::vector<uint16_t>& samples) const
+    {
+        Bytes code(1 + samples.size() * 3 + 4);
+        code.resize(1 + lag1reference::rangeCompress(samples.data(), code.data() + 1, samples.size(), encoder.data()));
+        code.erase(code.begin());
+        return code;
+    }
+
+    // Samples whose intervals all contain the point that the code names.
+    std::vector<uint16_t> samplesAt(Bytes code, size_t count)
+    {
+        code.resize(count * 3 + 8);
+        std::vector<uint16_t> samples(count);
+        RangeDecompress(std::span<const uint8_t>(code), samples, decoder.data());
+        return samples;
+    }
+
+    std::vector<EncoderPair> encoder = std::vector<EncoderPair>(65536);
+    std::vector<DecoderPair> decoder;
+};
+
+std::vector<int> randomWidths(std::mt19937& random)
+{
+    std::vector<int> widths(2 + random() % 400);
+    int left = (1 << FRACTIONAL_BITS) - int(widths.size());
+    for (int& width : widths) {
+        const int extra = int(random() % unsigned(left + 1)) >> random() % 12;
+        width = 1 + extra;
+        left -= extra;
+    }
+    widths[random() % widths.size()] += left;
+    return widths;
+}
+
+TEST(RangeCoder, CodesOneSampleOfHalfTheScaleToFourBytes)
+{
+    SModel model({524288, 524288});
+    EXPECT_EQ(model.compress({0}), Bytes({0, 0, 0, 0}));
+    EXPECT_EQ(model.compress({1}), Bytes({0x40, 0, 0, 0}));
+    EXPECT_EQ(model.compress({1, 1}), Bytes({0x60, 0, 0, 0}));
+}
+
+TEST(RangeCoder, WritesTheBytesOfThePlainCoderWhateverTheModel)
+{
+    std::mt19937 random(45);
+    for (int round = 0; round < 400; ++round) {
+        SModel model(randomWidths(random));
+        const size_t values = model.decoder.size() - 1;
+        std::vector<uint16_t> samples(1 + random() % 2000);
+        // By share of the scale, or evenly: then rare values abound and the range widens by three bytes.
+        std::uniform_int_distribution<int> place(0, (1 << FRACTIONAL_BITS) - 1);
+        for (uint16_t& sample : samples)
+            sample = round % 2 ? uint16_t(random() % values) : model.samplesAt({uint8_t(random() % 128)}, 1)[0];
+        const Bytes code = model.compress(samples);
+        ASSERT_EQ(code, model.compressPlainly(samples)) << "round " << round;
+
+        std::vector<uint16_t> back(samples.size());
+        size_t used = 0;
+        ASSERT_TRUE(RangeDecompress(std::span<const uint8_t>(code), back, model.decoder.data(), &used));
+        ASSERT_EQ(back, samples);
+        ASSERT_EQ(used, code.size());
+    }
+}
+
+// Samples that creep up to a point from below leave a long run of bytes 255; a last one beyond the
+// point sends a carry through all of it, far further than any register reaches.
+TEST(RangeCoder, CarriesThroughLongRunsOf255)
+{
+    std::mt19937 random(255);
+    int carries = 0;
+    for (int round = 0; round < 600; ++round) {
+        SModel model(randomWidths(random));
+        Bytes point(1 + random() % 40);
+        point[0] = uint8_t(random() % 128);
+        point[random() % point.size()] |= 1;
+        auto samples = model.samplesAt(point, 5 + random() % 100);
+        const Bytes before = model.compressPlainly(samples);
+        for (int i = 0; i < 3; ++i)
+            samples.push_back(uint16_t(model.decoder.size() - 2)); // the last slice: upwards
+        const Bytes code = model.compress(samples);
+        ASSERT_EQ(code, model.compressPlainly(samples)) << "round " << round;
+        const auto changed = std::mismatch(before.begin(), before.end(), code.begin(), code.end()).first;
+        carries += before.end() - changed > 12;
+    }
+    EXPECT_GT(carries, 100) << "the test no longer reaches what it is for";
+}
+
+TEST(RangeCoder, GivesUpWhenTheRoomIsTooSmallAndOnlyThen)
+{
+    SModel model(std::vector<int>(1024, 1024)); // ten bits a sample
+    const auto samples = lag1images::noise(5000, 1024);
+    const Bytes whole = model.compress(samples);
+    for (const size_t room : {size_t(0), size_t(1), size_t(4), size_t(100), whole.size() - 1, whole.size()}) {
+        Bytes code(room + sRangeCodeSlack);
+        EXPECT_EQ(RangeCompress(samples, code.data(), room, model.encoder.data()), room);
+    }
+    Bytes code(whole.size() + 1 + sRangeCodeSlack);
+    ASSERT_EQ(RangeCompress(samples, code.data(), whole.size() + 1, model.encoder.data()), whole.size());
+    code.resize(whole.size());
+    EXPECT_EQ(code, whole);
+}
+
+TEST(RangeCoder, EndsTheProcessAtASampleThatIsNotInTheTable)
+{
+    SModel model({524288, 524288});
+    EXPECT_DEATH(model.compress({0, 1, 2}), "range != 0");
+    EXPECT_DEATH(model.compress({2, 0, 0, 0, 0, 0, 0, 0, 0, 0}), "range != 0");
+}
+
+TEST(RangeCoder, StaysInsideItsBuffersOnADamagedCode)
+{
+    std::mt19937 random(13);
+    int refused = 0;
+    for (int round = 0; round < 500; ++round) {
+        SModel model(randomWidths(random));
+        Bytes code(random() % 60);
+        for (uint8_t& byte : code)
+            byte = uint8_t(random());
+        std::vector<uint16_t> samples(1 + random() % 100);
+        const std::span<const uint8_t> exact(code);
+        refused += !RangeDecompress(exact, samples, model.decoder.data());
+    }
+    EXPECT_GT(refused, 100);
+}
+
+} // namespace
