@@ -1,0 +1,220 @@
+#include "AdvWriter.h"
+
+#include "lag1_compressor.h"
+#include "RecordingTestKit.h"
+
+#include <cstring>
+#include <gtest/gtest.h>
+#include <numeric>
+
+using libobrifile::AdvWriter;
+using libobrifile::ZoneDefinition;
+
+namespace {
+constexpr int sWidth = 8, sHeight = 4;
+constexpr uint64_t sStart2020 = 315532800000000000; // ns from 2010-01-01 to 2020-01-01
+constexpr uint64_t sTicks2010 = 633979008000000000;
+
+std::string float32(float f)
+{
+    return {reinterpret_cast<const char*>(&f), sizeof f};
+}
+
+class AdvFrame : public testing::Test {
+protected:
+    AdvFrame() { std::iota(pixels.begin(), pixels.end(), static_cast<uint16_t>(0x4100)); }
+
+    void create(std::vector<ZoneDefinition> zones = {}, int compress = 0, uint8_t bits = 16)
+    {
+        std::vector<ZoneDefinition*> pointers;
+        for (ZoneDefinition& zone : zones)
+            pointers.push_back(&zone);
+        writer.CreateAdvFile(path, sWidth, sHeight, bits, pointers, compress);
+        writer.StartRecording();
+        headerLength = readFile(path).size();
+    }
+    void recordFrame() { writer.RecordFrame(bytes(), pixels.size() * 2, sTicks2010 + 7); }
+    void recordFrameOf(uint64_t length) { writer.RecordFrame(bytes(), length, sTicks2010 + 7); }
+    uint8_t* bytes() { return reinterpret_cast<uint8_t*>(pixels.data()); }
+    std::string pixelBytes() { return {reinterpret_cast<char*>(bytes()), pixels.size() * 2}; }
+    std::string finish()
+    {
+        writer.StopRecording();
+        EXPECT_EQ(writer.GetFailureText(), "");
+        return readFile(path).substr(headerLength);
+    }
+    // The status section of a provider that knows nothing but times, from its length on.
+    Bytes plainStatus(uint64_t from, uint64_t to)
+    {
+        Bytes status;
+        status.u32(69).u64((from + to) / 2).u32(static_cast<uint32_t>(to - from)).u8(12);
+        status.u8(0).text("").u8(1).u64(700).u8(2).u32(0).u8(3).u8(0).u8(4).u8(0);
+        status.u8(5).raw(float32(-999.0F)).u8(6).u32(0);
+        for (int tag = 7; tag < 12; ++tag)
+            status.u8(tag).raw(float32(0.0F));
+        return status;
+    }
+    Bytes plainRecord(int layout, uint32_t imageLength, const std::string& image, uint64_t from = sStart2020)
+    {
+        const uint64_t to = sStart2020 + 40000000;
+        return Bytes()
+            .raw("\xFF\x22\x01\xEE")
+            .u8(0)
+            .u64(from)
+            .u64(to)
+            .u32(imageLength)
+            .u8(layout)
+            .u8(0)
+            .raw(image)
+            .raw(plainStatus(from, to));
+    }
+
+    TemporaryDirectory directory;
+    FakeProvider provider;
+    std::string path = directory / "recording.adv";
+    AdvWriter writer{&provider};
+    std::vector<uint16_t> pixels = std::vector<uint16_t>(sWidth * sHeight);
+    size_t headerLength = 0;
+};
+} // namespace
+
+TEST_F(AdvFrame, FullFramesIndexAndCounts)
+{
+    create();
+    recordFrame();
+    provider.from.milliseconds = 39; // 39 ms after the first
+    recordFrame();
+    const Bytes first = plainRecord(1, 66, pixelBytes());
+    const Bytes second = plainRecord(1, 66, pixelBytes(), sStart2020 + 39000000);
+    const size_t secondAt = headerLength + first.size(), indexAt = secondAt + second.size();
+    Bytes trailer;
+    trailer.u8(2).u32(9).u32(13 + 2 * 20).u32(2);
+    trailer.u64(0).u64(headerLength).u32(static_cast<uint32_t>(first.size() - 4));
+    trailer.u64(390000).u64(secondAt).u32(static_cast<uint32_t>(second.size() - 4));
+    trailer.u32(0).u32(0);
+    EXPECT_EQ(finish(), Bytes().raw(first).raw(second).raw(trailer));
+
+    const std::string file = readFile(path);
+    EXPECT_EQ(file.substr(9, 8), Bytes().u64(indexAt));
+    EXPECT_EQ(file.substr(25, 8), Bytes().u64(file.size() - 4));
+    EXPECT_EQ(file.substr(34 + 6, 4), Bytes().u32(2));  // frames of MAIN
+    EXPECT_EQ(file.substr(64 + 13, 4), Bytes().u32(0)); // frames of CALIBRATION
+}
+
+TEST_F(AdvFrame, StatusEntriesCarryTheProvidersValues)
+{
+    provider.frame["GAIN-DB"] = "12";
+    provider.frameId = 0x01020304;
+    provider.satellites = 9;
+    provider.fixState = 0xE3; // all bits, not just the two that tell a fix
+    provider.temperature = 0x1A01;
+    provider.dopTime = 0xFFFFFFFF;
+    for (uint16_t i = 0; i < 5; ++i)
+        provider.dop[i] = static_cast<uint16_t>(123 + i);
+    create();
+    recordFrame();
+    Bytes status;
+    status.u32(69 + 2).u64(sStart2020 + 20000000).u32(40000000).u8(12);
+    status.u8(0).text("12").u8(1).u64(700).u8(2).u32(0x01020304).u8(3).u8(9).u8(4).u8(0xE3);
+    status.u8(5).raw(float32(26.0F)).u8(6).u32(0xFFFFFFFF);
+    const float dops[] = {1.23F, 1.24F, 1.25F, 1.26F, 1.27F};
+    for (int i = 0; i < 5; ++i)
+        status.u8(7 + i).raw(float32(dops[i]));
+    EXPECT_EQ(finish().substr(27 + 64, status.size()), status);
+}
+
+struct STemperature {
+    uint16_t code;
+    float value;
+};
+class AdvTemperature : public AdvFrame, public testing::WithParamInterface<STemperature> {};
+TEST_P(AdvTemperature, IsTheCodesUpperBitsOrNoReading)
+{
+    provider.temperature = GetParam().code;
+    create();
+    recordFrame();
+    const size_t at = 27 + 64 + 4 + 13 + 3 + 9 + 5 + 2 + 2 + 1;
+    EXPECT_EQ(finish().substr(at, 4), float32(GetParam().value));
+}
+INSTANTIATE_TEST_SUITE_P(Code, AdvTemperature,
+                         testing::Values(STemperature{0x1A00, -999.0F}, STemperature{0x1A03, 26.0078125F},
+                                         STemperature{0xFFEB, 255.9140625F}, STemperature{0x0001, 0.0F}));
+
+TEST_F(AdvFrame, GainTextsBeyondTheLimitKeepTheLengthTrue)
+{
+    provider.frame["GAIN-DB"] = std::string(40000, 'g');
+    create();
+    recordFrame();
+    const std::string records = finish();
+    EXPECT_EQ(records.substr(27 + 64, 4), Bytes().u32(69 + 32767));
+    EXPECT_EQ(records.substr(27 + 64 + 4 + 69 + 32767, 1), "\x02"); // the index follows
+}
+
+TEST_F(AdvFrame, TimesOutsideTheCalendarGiveTheUnixEpoch)
+{
+    provider.from = {2009, 12, 31, 23, 59, 59, 3};
+    provider.to = {2020, 0, 1, 0, 0, 0, 4}; // a month that no table knows
+    create();
+    recordFrame();
+    const uint64_t epoch = (621355968000000000 - sTicks2010) * 100; // 1970, modulo 2^64
+    EXPECT_EQ(finish().substr(5, 16), Bytes().u64(epoch + 3000000).u64(epoch + 4000000));
+}
+
+TEST_F(AdvFrame, LengthOfAnUncompressedFrameIsTaken)
+{
+    create();
+    recordFrameOf(10);
+    EXPECT_EQ(finish().substr(0, plainRecord(1, 12, pixelBytes().substr(0, 10)).size()),
+              plainRecord(1, 12, pixelBytes().substr(0, 10)));
+}
+
+TEST_F(AdvFrame, ZonesFollowAWholeFirstFrame)
+{
+    create({{6, 1, 2, 1}, {0, 0, 1, 2}});
+    recordFrame();
+    recordFrame();
+    const auto pick = [&](int x, int y, int w) { return pixelBytes().substr((y * sWidth + x) * 2, w * 2); };
+    const std::string zones = pick(6, 1, 2) + pick(0, 0, 1) + pick(0, 1, 1) + pick(0, 3, 8);
+    const Bytes expected = Bytes().raw(plainRecord(1, 66, pixelBytes())).raw(plainRecord(2, 24 + 2, zones));
+    EXPECT_EQ(finish().substr(0, expected.size()), expected);
+}
+
+TEST_F(AdvFrame, TwelveBitZonesTellMoreBytesThanTheyHave)
+{
+    create({{0, 0, 4, 2}}, 0, 12);
+    recordFrame();
+    recordFrame();
+    const std::string frame = pixelBytes();
+    const std::string zones = frame.substr(0, 4) + frame.substr(sWidth, 4) + frame.substr(3 * sWidth, sWidth);
+    const Bytes expected = plainRecord(2, 12 * 8 / 8 + 12 * 8 / 8 + 2, zones);
+    EXPECT_EQ(finish().substr(plainRecord(1, 66, frame).size(), expected.size()), expected);
+}
+
+TEST_F(AdvFrame, CompressedFramesComeBack)
+{
+    create({}, 1);
+    recordFrame();
+    pixels.assign(pixels.size(), 0x1230); // a single value: four bytes
+    recordFrame();
+    const std::string records = finish();
+    uint32_t length = 0;
+    memcpy(&length, &records[21], 4);
+    std::vector<uint16_t> back(pixels.size());
+    libobrifile::Compressor decoder(sWidth, sHeight);
+    ASSERT_TRUE(decoder.TryDecompress({reinterpret_cast<const uint8_t*>(&records[27]), length - 2}, back.data()));
+    EXPECT_EQ(back[0], 0x4100);
+    EXPECT_EQ(back[31], 0x411F);
+    const Bytes flat = plainRecord(1, 6, std::string("\0\0\x30\x12", 4));
+    EXPECT_EQ(records.substr(25 + length + 4 + 69, flat.size()), flat);
+}
+
+TEST_F(AdvFrame, FrameTooShortForItsImageEndsTheRecording)
+{
+    create({}, 1);
+    recordFrame();
+    recordFrameOf(62);
+    EXPECT_FALSE(writer.IsRecording());
+    EXPECT_EQ(writer.GetFrameNr(), 1U);
+    EXPECT_NE(writer.GetFailureText().find("62 bytes, not 64"), std::string::npos);
+    EXPECT_EQ(readFile(path).substr(40, 4), Bytes().u32(1));
+}
