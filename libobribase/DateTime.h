@@ -17,6 +17,8 @@ struct DateTime {
 
     /// The computer's clock, milliseconds truncated. A clock outside 2010..2058 leaves year to second as they were.
     static void Now(DateTime* out);
+
+    bool operator==(const DateTime&) const = default;
 };
 
 /// 100 ns ticks from 1601-01-01 (file time) to 1970-01-01 (Unix epoch).

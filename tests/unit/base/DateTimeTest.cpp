@@ -1,0 +1,89 @@
+#include "DateTime.h"
+
+#include <gtest/gtest.h>
+
+#include <ctime>
+
+using namespace libobribase;
+
+namespace {
+
+constexpr unsigned long sBegin = 1262304000, sEnd = 2808601200;
+
+} // namespace
+
+TEST(UnixTime, AgreesWithTheSystemOnEveryDayAndBack)
+{
+    for (unsigned long ts = sBegin; ts < sEnd; ts += 86400 - 7) { // drifts through the hours of the day
+        DateTime t;
+        ASSERT_TRUE(unixTimestampToYmdHms_2010_2058(ts, &t.year, &t.month, &t.day, &t.hour, &t.minute, &t.second));
+        const time_t seconds = static_cast<time_t>(ts);
+        tm utc{};
+        gmtime_r(&seconds, &utc);
+        ASSERT_EQ(t, (DateTime{utc.tm_year + 1900, utc.tm_mon + 1, utc.tm_mday, utc.tm_hour, utc.tm_min, utc.tm_sec}));
+        unsigned long back = 0;
+        ASSERT_TRUE(unixTimestampFromYmdHms_2010_2058(&back, t.year, t.month, t.day, t.hour, t.minute, t.second));
+        ASSERT_EQ(back, ts);
+    }
+}
+
+TEST(UnixTime, EndsWhereTheTablesEndAndOneHourBefore)
+{
+    DateTime t;
+    const auto converts = [&t](unsigned long ts) {
+        return unixTimestampToYmdHms_2010_2058(ts, &t.year, &t.month, &t.day, &t.hour, &t.minute, &t.second);
+    };
+    EXPECT_FALSE(converts(sBegin - 1));
+    EXPECT_FALSE(converts(sEnd));
+    EXPECT_EQ(t, DateTime{});
+    EXPECT_TRUE(converts(sEnd - 1));
+    EXPECT_EQ(t, (DateTime{2058, 12, 31, 22, 59, 59}));
+
+    unsigned long ts = 7;
+    EXPECT_TRUE(unixTimestampFromYmdHms_2010_2058(&ts, 2058, 12, 31, 23, 30, 0));
+    EXPECT_EQ(ts, sEnd + 1800);
+    ts = 7;
+    EXPECT_FALSE(unixTimestampFromYmdHms_2010_2058(&ts, 2009, 12, 31, 0, 0, 0));
+    EXPECT_FALSE(unixTimestampFromYmdHms_2010_2058(&ts, 2059, 1, 1, 0, 0, 0));
+    for (int month : {-1, 0, 13, 255}) // a damaged overlay may say so
+        EXPECT_FALSE(unixTimestampFromYmdHms_2010_2058(&ts, 2024, month, 1, 0, 0, 0));
+    EXPECT_EQ(ts, 7u);
+    EXPECT_FALSE(unixTimestampFromYmdHms_2010_2058(nullptr, 2024, 1, 1, 0, 0, 0));
+}
+
+TEST(UnixTime, GivesTheDateAloneWithoutHourPointers)
+{
+    int year = 0, month = 0, day = 0, hour = 0;
+    EXPECT_TRUE(unixTimestampToYmdHms_2010_2058(sBegin, &year, &month, &day, &hour, nullptr, nullptr));
+    EXPECT_EQ(year, 2010);
+    EXPECT_EQ(hour, 0);
+    EXPECT_FALSE(unixTimestampToYmdHms_2010_2058(sBegin, &year, nullptr, &day, &hour, &hour, &hour));
+}
+
+TEST(FileTime, KeepsMillisecondsBothWaysAndOnFailure)
+{
+    DateTime t;
+    EXPECT_TRUE(fileTime100nsToYmdHms_2010_2058(sFileTimeOfUnixEpoch + sBegin * 10000000 + 1234567, &t));
+    EXPECT_EQ(t, (DateTime{2010, 1, 1, 0, 0, 0, 123}));
+    unsigned long ticks = 0;
+    EXPECT_TRUE(fileTime100nsFromYmdHms_2010_2058(&ticks, &t));
+    EXPECT_EQ(ticks, sFileTimeOfUnixEpoch + sBegin * 10000000 + 1230000);
+
+    t.year = 2009;
+    EXPECT_FALSE(fileTime100nsFromYmdHms_2010_2058(&ticks, &t));
+    EXPECT_EQ(ticks, sFileTimeOfUnixEpoch + 1230000);
+    DateTime failed;
+    EXPECT_FALSE(fileTime100nsToYmdHms_2010_2058(sFileTimeOfUnixEpoch + 4560000, &failed));
+    EXPECT_EQ(failed, (DateTime{0, 0, 0, 0, 0, 0, 456}));
+}
+
+TEST(TimeText, IsWrittenAsDocumented)
+{
+    const long ticks = static_cast<long>(sDotNetTicksOfFileTimeEpoch + sFileTimeOfUnixEpoch) + 1709618828L * 10000000;
+    EXPECT_EQ(DotNetTimeToDateTimeString(ticks), "05.03.2024 06:07:08 UT");
+    EXPECT_EQ(DotNetTimeToDateTimeString2(ticks), "05/03/2024 06:07:08");
+    EXPECT_EQ(DotNetTimeToDateTimeString(0), "00.00.0000 00:00:00 UT");
+    EXPECT_EQ(MillisecondsToDateTimeString(90061001), "25:01:01.001");
+    EXPECT_EQ(MillisecondsToSecondsString(1234), "1.234");
+    EXPECT_EQ(MillisecondsToSecondsString(5), "0.005");
+}

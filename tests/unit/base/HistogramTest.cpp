@@ -1,0 +1,155 @@
+#include "Histogram.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <thread>
+#include <vector>
+
+using namespace libobribase;
+
+namespace {
+
+// The stretch as it is defined, one value at a time.
+int stretched(int v, int lo, int hi, int mid)
+{
+    if (v <= lo)
+        return 0;
+    if (v >= hi)
+        return 255;
+    const double g = 0.25 + mid / 65535.0 * 0.5, t = static_cast<double>(v - lo) / (hi - lo);
+    const double y = (4 * g - 1) * t + (2 - 4 * g) * t * t;
+    return static_cast<int>(255 * (y < 0 ? 0 : y > 1 ? 1 : y));
+}
+
+class HistogramModel : public testing::Test {
+protected:
+    void commit(std::vector<std::pair<int, uint64_t>> counts)
+    {
+        auto* bins = reinterpret_cast<uint64_t*>(histogram.GetHistoBuffer()->GetWriteBuffer());
+        std::fill_n(bins, 1024, 0);
+        for (const auto& [bin, count] : counts)
+            bins[bin] = count;
+        histogram.GetHistoBuffer()->CommitWrite();
+        EXPECT_EQ(histogram.UpdateHistoBins(), 1);
+    }
+    void press(const HistogramDragger& dragger)
+    {
+        const Rect box = dragger.GetRect();
+        EXPECT_EQ(histogram.OnMouseClick(box.x + 1, box.y + 1, 0), 1);
+    }
+    int xOf(int value) { return 12 + value * histogram.GetPlotRect().w / 65535; }
+
+    Histogram histogram;
+};
+
+} // namespace
+
+TEST_F(HistogramModel, StretchIsTheDefinitionForEveryPixelValue)
+{
+    histogram.SetContainerSize(424, 114);
+    for (int step = 0; step < 4; ++step) {
+        const int lo = histogram.GetLowDragger().value, hi = histogram.GetHighDragger().value;
+        const int mid = histogram.GetMidDragger().value;
+        const uint32_t* table = histogram.GetTransform();
+        int wrong = 0;
+        for (int v = 0; v < 65536; ++v) {
+            const auto level = static_cast<uint32_t>(stretched(v, lo, hi, mid));
+            wrong += table[v] != level << 16 && table[v] != (level << 16 | level << 8 | level);
+            wrong += (table[v] & 0xFF) != level;
+        }
+        EXPECT_EQ(wrong, 0) << histogram.GetTitleString() << " mid " << mid;
+        EXPECT_EQ(histogram.GetHistoTransferCurve(0), 0);
+        for (int i = 1; i <= 64; ++i)
+            ASSERT_EQ(histogram.GetHistoTransferCurve(i), stretched(i * 1024 - 1, lo, hi, mid)) << i;
+
+        if (step == 3)
+            break;
+        press(step == 0   ? histogram.GetMidDragger()
+              : step == 1 ? histogram.GetLowDragger()
+                          : histogram.GetHighDragger());
+        histogram.OnContinueDrag(step == 2 ? 0 : 150, 20); // at last the high bound onto the low one: no ramp
+        histogram.OnReleaseDrag();
+    }
+    EXPECT_EQ(histogram.GetLowDragger().value, histogram.GetHighDragger().value);
+}
+
+TEST_F(HistogramModel, LeavesTheOutermostBinsOutOfMaximumAndTotal)
+{
+    EXPECT_EQ(histogram.UpdateHistoBins(), 0);
+    commit({{0, 1000}, {1, 5}, {500, 7}, {1022, 6}, {1023, 2000}});
+    const SHistogramBins copy = histogram.CopyHistoBins();
+    EXPECT_EQ(copy.bins[0], 1000u);
+    EXPECT_EQ(copy.bins[1023], 2000u);
+    EXPECT_EQ(histogram.GetHistoBinsMaxValue(), 7u);
+    EXPECT_EQ(copy.total, 18u);
+    histogram.ClearHistoBuffer();
+    EXPECT_EQ(histogram.GetHistoBin(500), 0u);
+    EXPECT_EQ(histogram.UpdateHistoBins(), 0);
+}
+
+TEST_F(HistogramModel, AutomaticBoundsKeepThePercentageInside)
+{
+    commit({{100, 10}, {200, 80}, {300, 10}});
+    histogram.SetHistoBounds(95); // two pixels beyond either bound: bin 99 is the last with none, 299 with 90
+    EXPECT_EQ(histogram.GetTitleString(),
+              std::to_string(99 * 65535 / 1023) + " - " + std::to_string(299 * 65535 / 1023));
+    histogram.SetHistoBounds(100);
+    EXPECT_EQ(histogram.GetHighDragger().value, 65535);
+
+    commit({{0, 50}});
+    histogram.SetHistoBounds(99);
+    EXPECT_EQ(histogram.GetTitleString(), "0 - 1024");
+    histogram.SetInvertedMode(1);
+    EXPECT_EQ(histogram.GetTitleString(), "64511 - 65535");
+    histogram.SetInvertedMode(1);
+    EXPECT_EQ(histogram.GetTitleString(), "0 - 1024");
+}
+
+TEST_F(HistogramModel, HandlesStopAtEachOtherAndAtThePlot)
+{
+    histogram.SetContainerSize(424, 114); // plot: 400 x 100 at (12, 2)
+    EXPECT_EQ(histogram.GetTitleString(), "0 - 65535");
+    EXPECT_EQ(histogram.GetLowDragger().GetRect().x, 2);
+    EXPECT_EQ(histogram.GetHighDragger().GetRect().x, 412);
+    EXPECT_EQ(histogram.GetMidDragger().GetRect().x, 2);
+    EXPECT_EQ(histogram.GetMidDragger().GetY(), 102 - 32767 * 100 / 65535);
+
+    EXPECT_EQ(histogram.OnMouseClick(xOf(40000), 50, 1), 0); // beside the handles: the high bound jumps
+    const int high = histogram.GetHighDragger().value;
+    EXPECT_NEAR(high, 40000, 200);
+    EXPECT_EQ(histogram.OnMouseClick(xOf(20000), 50, 0), 0);
+    EXPECT_NEAR(histogram.GetLowDragger().value, 20000, 200);
+    EXPECT_EQ(histogram.OnContinueDrag(300, 50), 0); // nothing is held
+
+    press(histogram.GetLowDragger());
+    EXPECT_EQ(histogram.OnContinueDrag(INT32_MAX, 50), 1);
+    EXPECT_EQ(histogram.GetLowDragger().value, high);
+    histogram.OnReleaseDrag();
+    EXPECT_EQ(histogram.OnContinueDrag(20, 50), 0);
+    histogram.SetContainerSize(10, 10); // no room: nothing divides by zero
+    histogram.OnMouseClick(12, 2, 0);
+    histogram.OnContinueDrag(5, 5);
+}
+
+// The streaming thread must never see a table of which a part belongs to another setting.
+TEST_F(HistogramModel, AFrameSeesOneTableWhileHandlesMove)
+{
+    histogram.SetContainerSize(424, 114);
+    std::atomic<bool> stop{false};
+    std::thread streaming([&] {
+        while (!stop) {
+            const uint32_t* table = histogram.GetTransform();
+            for (int v = 1; v < 65536; ++v)
+                ASSERT_LE(table[v - 1], table[v]); // two tables mixed would break the order sooner or later
+            commit({{5, 9}});
+        }
+    });
+    for (int i = 0; i < 300; ++i) {
+        histogram.OnMouseClick(xOf(i * 200), 50, i % 2);
+        histogram.SetHistoBounds(99);
+        EXPECT_LE(histogram.CopyHistoBins().total, 9u);
+    }
+    stop = true;
+    streaming.join();
+}

@@ -1,0 +1,117 @@
+#include "TextFormat.h"
+#include "JsonValue.h"
+#include "Log.h"
+#include "TemporaryFolder.h"
+
+#include <gtest/gtest.h>
+
+#include <clocale>
+#include <cmath>
+#include <random>
+
+using namespace libobribase;
+
+namespace {
+
+std::string json(const char* text, const char* key)
+{
+    std::string value = "(none)";
+    jsonValue(text, key, &value);
+    return value;
+}
+
+} // namespace
+
+TEST(FormatFixed, IsPrintfInTheCLocale)
+{
+    std::mt19937_64 random(5);
+    std::uniform_real_distribution<double> values(-1e7, 1e7);
+    char expected[400];
+    for (int i = 0; i < 3000; ++i) {
+        const double value = i < 5 ? i * 0.5 : values(random);
+        const int decimals = i % 8, width = i % 12;
+        snprintf(expected, sizeof expected, "%*.*f", width, decimals, value);
+        ASSERT_EQ(formatFixed(value, decimals, width), expected);
+    }
+    EXPECT_EQ(formatFixed(-1.7976931348623157e308, 3).size(), 1 + 309 + 1 + 3u);
+    EXPECT_EQ(formatFixed(NAN, 2, 5), "  nan");
+}
+
+TEST(FormatFixed, AndTheLogDoNotFollowTheLocale)
+{
+    const TemporaryFolder folder;
+    const std::string command = "localedef -i de_DE -f UTF-8 " + folder.path().string() + "/de_DE.UTF-8 2>/dev/null";
+    if (system(command.c_str()) != 0)
+        GTEST_SKIP() << "no German locale can be made here";
+    setenv("LOCPATH", folder.path().c_str(), 1);
+    ASSERT_NE(setlocale(LC_ALL, "de_DE.UTF-8"), nullptr);
+    char printed[8];
+    snprintf(printed, sizeof printed, "%.1f", 1.5);
+    EXPECT_STREQ(printed, "1,5");
+    EXPECT_EQ(formatFixed(1.5, 3), "1.500");
+    double value = 0;
+    EXPECT_TRUE(parseDouble("2.25 mm", &value));
+    logOpen(".", '/');
+    logStringDouble("I value", 0.25);
+    logClose();
+    setlocale(LC_ALL, "C");
+    unsetenv("LOCPATH");
+    EXPECT_EQ(value, 2.25);
+    EXPECT_NE(folder.textOf("obri_app_log_").find("I value 0.250\n"), std::string::npos);
+}
+
+TEST(ParseDouble, TakesNumbersOnly)
+{
+    double value = 7;
+    for (const char* bad : {"", "-", "+", "+-1", "abc", "nan", "inf", "-inf", ",5"})
+        EXPECT_FALSE(parseDouble(bad, &value)) << bad;
+    EXPECT_EQ(value, 7);
+    EXPECT_TRUE(parseDouble("+.5", &value));
+    EXPECT_EQ(value, 0.5);
+    EXPECT_TRUE(parseDouble("-12e2,", &value));
+    EXPECT_EQ(value, -1200);
+}
+
+TEST(ReplaceString, ReplacesEveryOccurrenceOnce)
+{
+    EXPECT_EQ(ReplaceString("a_[N]_[N]", "[N]", "x[N]"), "a_x[N]_x[N]");
+    EXPECT_EQ(ReplaceString("abc", "", "x"), "abc");
+    EXPECT_EQ(ReplaceString("aaaa", "aa", ""), "");
+}
+
+TEST(Coordinates, RoundWithCarryAndKeepTheSignOfSmallValues)
+{
+    EXPECT_EQ(formatRightAscension(5 + 34 / 60.0 + 31.97 / 3600), "05 34 31.97");
+    EXPECT_EQ(formatRightAscension(23.9999999999), "00 00 00.00");
+    EXPECT_EQ(formatRightAscension(-1), "23 00 00.00");
+    EXPECT_EQ(formatDeclination(22 + 52.06 / 3600), "+22 00 52.1");
+    EXPECT_EQ(formatDeclination(-30 / 3600.0), "-00 00 30.0");
+    EXPECT_EQ(formatDeclination(-(59 / 60.0 + 59.96 / 3600)), "-01 00 00.0");
+    EXPECT_EQ(formatLatitude(-(47 + 22 / 60.0 + 10.1 / 3600)), "47 22 10.1 S");
+    EXPECT_EQ(formatLongitude(8 + 32 / 60.0 + 15.6 / 3600), "008 32 15.6 E");
+    EXPECT_EQ(formatLongitude(INFINITY), "");
+}
+
+TEST(JsonValue, FindsValuesOfTheOutermostObject)
+{
+    const char* text =
+        " { \"inner\": {\"x\": [1, {\"a\":\"}\"}], \"name\": 1} , \"name\":\"a\\\"\\u00e9\\ud83d\\ude00\\n\","
+        "\"n\" : -1.5e+3 ,\"list\":[1 , 2], \"yes\":true, \"none\":null, \"name\":2}";
+    EXPECT_EQ(json(text, "name"), "a\"\u00e9\U0001F600\n");
+    EXPECT_EQ(json(text, "n"), "-1.5e+3");
+    EXPECT_EQ(json(text, "list"), "[1 , 2]");
+    EXPECT_EQ(json(text, "inner"), "{\"x\": [1, {\"a\":\"}\"}], \"name\": 1}");
+    EXPECT_EQ(json(text, "yes"), "true");
+    EXPECT_EQ(json(text, "none"), "null");
+    EXPECT_EQ(json(text, "x"), "(none)");
+}
+
+TEST(JsonValue, RefusesWhatIsNoJson)
+{
+    for (const char* bad : {"", "[1]", "{\"a\"", "{\"a\":", "{\"a\":}", "{\"a\":01}", "{\"a\":1", "{\"a\":\"x", "{a:1}",
+                            "{\"a\":tru}", "{\"a\":[1,]}", "{\"b\":[}, \"a\":1}", "{\"a\":\"\\ud800\"}",
+                            "{\"a\":\"\\x\"}", "{\"a\":\"\n\"}", "{\"a\":-}", "{\"a\":1.}"})
+        EXPECT_EQ(json(bad, "a"), "(none)") << bad;
+    std::string deep = "{\"a\":" + std::string(100000, '[');
+    EXPECT_EQ(json(deep.c_str(), "a"), "(none)"); // and does not exhaust the stack
+}
