@@ -1,0 +1,176 @@
+#include "FitsExport.h"
+
+#include "AdvTime.h"
+#include "FitsImage.h"
+#include "NewFile.h"
+#include "Progress.h"
+
+#include "BinaryOverlay.h"
+#include "TextFormat.h"
+
+#include <cmath>
+#include <cstdio>
+#include <filesystem>
+
+namespace obriadv {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+/// To the millisecond that the camera gives, finer where the middle of an exposure falls between two.
+std::string fitsTime(int64_t ns)
+{
+    return isoTime(ns, ns % sNsPerMs == 0 ? 3 : 6);
+}
+
+void writeTimes(FitsImage& fits, const SAdvFrame& frame)
+{
+    // Without a valid clock the camera's times mean nothing; absent cards say so better than wrong ones.
+    if (!isPlausibleTime(frame.startNs) || !isPlausibleTime(frame.endNs) || frame.endNs < frame.startNs)
+        return;
+    const int64_t exposure = frame.endNs - frame.startNs;
+    fits.text("DATE-OBS", fitsTime(frame.startNs), "start of exposure");
+    fits.text("DATE-BEG", fitsTime(frame.startNs), "start of exposure");
+    fits.text("DATE-AVG", fitsTime(frame.startNs + exposure / 2), "middle of exposure");
+    fits.text("DATE-END", fitsTime(frame.endNs), "end of exposure");
+    fits.text("TIMESYS", "UTC", "time scale");
+    fits.real("EXPTIME", static_cast<double>(exposure) / sNsPerSecond, 6, "[s] exposure");
+}
+
+void writeMetadata(FitsImage& fits, const std::vector<SAdvTag>& metadata)
+{
+    static constexpr struct {
+        const char *key, *tag, *comment;
+    } sCards[] = {
+        {"OBJECT", "OBJNAME", "observed object"},
+        {"TELESCOP", "TELESCOPE", "telescope"},
+        {"INSTRUME", "INSTRUMENT", "camera"},
+        {"OBSERVER", "OBSERVER", "observer"},
+        {"RECORDER", "RECORDER-SOFTWARE", "recorded with"},
+        {"RECVERS", "RECORDER-SOFTWARE-VERSION", "its version"},
+    };
+    for (const auto& card : sCards)
+        fits.text(card.key, tagValue(metadata, card.tag), card.comment);
+    fits.text("SWCREATE", "obri-adv " OBRI_VERSION, "this file was written by");
+}
+
+void writeFinite(FitsImage& fits, const char* key, double value, int decimals, const char* comment)
+{
+    if (std::isfinite(value) && std::abs(value) < 1e12)
+        fits.real(key, value, decimals, comment);
+}
+
+void writeStatus(FitsImage& fits, const SAdvStatus& status)
+{
+    if (status.has(EAdvStatus::VideoCameraFrameId))
+        fits.integer("FRAMEID", status.cameraFrameId, "camera frame counter");
+    double gain = 0;
+    if (libobribase::parseDouble(status.gain, &gain))
+        writeFinite(fits, "GAIN", gain, 2, "[dB] camera gain");
+    if (status.has(EAdvStatus::SystemTime) && isPlausibleTime(status.systemTimeNs))
+        fits.text("SYSTIME", fitsTime(status.systemTimeNs), "system time entry of the recording");
+    if (status.has(EAdvStatus::FixStatus)) {
+        fits.boolean("GPSFIX", (status.fixStatus & 3) == 3, "GPS has a fix");
+        fits.integer("GPSSTATE", status.fixStatus, "GPS fix state as the camera gave it");
+    }
+    if (status.has(EAdvStatus::TrackedSatellites))
+        fits.integer("GPSSATS", status.satellites, "GPS satellites tracked");
+    const struct {
+        EAdvStatus entry;
+        const char* key;
+        float value;
+    } dops[] = {{EAdvStatus::Gdop, "GDOP", status.gdop},
+                {EAdvStatus::Pdop, "PDOP", status.pdop},
+                {EAdvStatus::Tdop, "TDOP", status.tdop},
+                {EAdvStatus::Vdop, "VDOP", status.vdop},
+                {EAdvStatus::Hdop, "HDOP", status.hdop}};
+    for (const auto& dop : dops)
+        if (status.has(dop.entry))
+            writeFinite(fits, dop.key, dop.value, 2, "GPS dilution of precision");
+    if (status.has(EAdvStatus::Temperature))
+        writeFinite(fits, "TEMPRAW", status.temperature, 8, "raw temperature code, -999: no reading");
+}
+
+/// Position from the recording's metadata, which hold no longitude.
+void writeMetadataPosition(FitsImage& fits, const std::vector<SAdvTag>& metadata)
+{
+    double value = 0;
+    if (libobribase::parseDouble(tagValue(metadata, "LATITUDE"), &value))
+        writeFinite(fits, "OBSGEO-B", value, 7, "[deg] latitude, north positive");
+    if (libobribase::parseDouble(tagValue(metadata, "ALTITUDE"), &value))
+        writeFinite(fits, "OBSGEO-H", value, 3, "[m] height");
+}
+
+/// Position and temperature from the camera's data block in the frame's last row; where there is none, or the GPS
+/// had no fix, the position from the recording's metadata.
+void writePosition(FitsImage& fits, const AdvFile& file, const std::vector<uint16_t>& pixels)
+{
+    libobribase::BinaryOverlay overlay;
+    const size_t before = pixels.size() - file.width();
+    overlay.ParseBinaryOverlay(pixels.data() + before, before, file.width());
+    int degrees = 0;
+    if (overlay.m_isValid && overlay.GetTemperature(&degrees))
+        fits.integer("CCD-TEMP", degrees, "[C] sensor temperature");
+    if (!overlay.m_isValid || (overlay.m_fixState & 3) != 3) {
+        writeMetadataPosition(fits, file.header().systemMetadata);
+        return;
+    }
+    fits.real("OBSGEO-B", overlay.m_latitudeE7 * 1e-7, 7, "[deg] GPS latitude, north positive");
+    fits.real("OBSGEO-L", overlay.m_longitudeE7 * 1e-7, 7, "[deg] GPS longitude, east positive");
+    fits.real("OBSGEO-H", overlay.m_altitudeMm * 1e-3, 3, "[m] GPS height");
+    fits.integer("GPSACC", overlay.m_accuracyM, "[m] GPS accuracy");
+}
+
+std::string writeFile(const std::string& path, const void* bytes, size_t length)
+{
+    std::string error;
+    const std::unique_ptr<NewFile> out = NewFile::create(path, error);
+    if (!out)
+        return error;
+    out->write(bytes, length);
+    return out->commit(error, false) ? "" : error;
+}
+
+} // namespace
+
+std::string exportFrame(AdvFile& file, size_t n, const std::string& path)
+{
+    std::vector<uint16_t> pixels;
+    std::string error;
+    if (!file.readPixels(n, pixels, error))
+        return error;
+    const SAdvFrame& frame = file.frames()[n];
+    FitsImage fits(file.width(), file.height());
+    writeTimes(fits, frame);
+    writeMetadata(fits, file.header().systemMetadata);
+    fits.integer("FRAMENO", static_cast<int64_t>(n), "number in the recording, from 0");
+    writeStatus(fits, frame.status);
+    writePosition(fits, file, pixels);
+    fits.text("ROWORDER", "BOTTOM-UP", "the first row is the bottom of the picture");
+    fits.pixels(pixels);
+    size_t length = 0;
+    const void* bytes = fits.finish(length, error);
+    return bytes ? writeFile(path, bytes, length) : error;
+}
+
+std::string exportAll(AdvFile& file, const std::string& recording, const std::string& folder)
+{
+    std::error_code failure;
+    fs::create_directories(folder, failure);
+    if (failure)
+        return "cannot make the folder \"" + folder + "\" (" + failure.message() + ")";
+    Progress progress("exporting", file.frames().size());
+    for (size_t n = 0; n < file.frames().size(); ++n) {
+        char number[32];
+        snprintf(number, sizeof number, "_%05zu.fits", n);
+        const fs::path path = fs::path(folder) / (fs::path(recording).stem().string() + number);
+        if (std::string error = exportFrame(file, n, path.string()); !error.empty())
+            return error + "; " + std::to_string(n) + " of " + std::to_string(file.frames().size()) +
+                   " frames were exported";
+        progress.show(n + 1);
+    }
+    return {};
+}
+
+} // namespace obriadv
