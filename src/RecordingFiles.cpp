@@ -32,7 +32,7 @@ std::string beforeExtension(const std::string& path, const std::string& insertio
 // The n-th choice for a name, from 1: the name itself, then "-2", "-3".
 std::string choice(const std::string& path, int n)
 {
-    return n == 1 ? path : beforeExtension(path, "-" + std::to_string(n));
+    return n == 1 ? path : beforeExtension(path, std::string("-").append(std::to_string(n)));
 }
 
 std::string nameAfterChange(const std::string& path, time_t changed)
