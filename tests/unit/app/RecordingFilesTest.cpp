@@ -1,0 +1,68 @@
+#include "RecordingFiles.h"
+
+#include "RecordingSite.h"
+
+#include <ctime>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+namespace {
+class RecordingFiles : public testing::Test {
+protected:
+    // 2024-03-05 06:07:08 UTC
+    static void writeFileOfMarch(const std::string& path, const std::string& content)
+    {
+        writeFile(path, content);
+        const timespec times[] = {{1709618828, 0}, {1709618828, 0}};
+        utimensat(AT_FDCWD, path.c_str(), times, 0);
+    }
+    RecordingSite site;
+};
+} // namespace
+
+TEST_F(RecordingFiles, EarlierRecordingIsNamedAfterItsLastChange)
+{
+    for (const char* content : {"first", "second", "third"}) {
+        writeFileOfMarch("recording.adv", content);
+        EXPECT_EQ(keepEarlierFile("recording.adv"), "");
+        EXPECT_FALSE(std::filesystem::exists("recording.adv"));
+    }
+    EXPECT_EQ(readFile("recording-20240305-060708.adv"), "first");
+    EXPECT_EQ(readFile("recording-20240305-060708-2.adv"), "second");
+    EXPECT_EQ(readFile("recording-20240305-060708-3.adv"), "third");
+}
+
+TEST_F(RecordingFiles, WhatIsNoRecordingStays)
+{
+    EXPECT_EQ(keepEarlierFile("recording.adv"), "");
+    std::filesystem::create_symlink("/dev/full", "recording.adv");
+    EXPECT_EQ(keepEarlierFile("recording.adv"), "");
+    EXPECT_TRUE(std::filesystem::is_symlink("recording.adv"));
+}
+
+TEST_F(RecordingFiles, DirectoryIsMadeOnceAndAFileIsNone)
+{
+    EXPECT_EQ(makeDirectory("fits"), "");
+    EXPECT_EQ(makeDirectory("fits"), "");
+    EXPECT_TRUE(std::filesystem::is_directory("fits"));
+    writeFile("file", "");
+    EXPECT_EQ(makeDirectory("file"), "file is not a directory");
+    EXPECT_EQ(makeDirectory("missing/fits"), "missing/fits cannot be created (No such file or directory)");
+    std::filesystem::create_symlink("nowhere", "dangling");
+    EXPECT_EQ(makeDirectory("dangling"), "dangling is not a directory");
+}
+
+TEST_F(RecordingFiles, TakenFitsNamesGetANumber)
+{
+    EXPECT_EQ(freeFitsPath("a_12.5ms.fits"), "a_12.5ms.fits");
+    writeFile("a_12.5ms.fits", "");
+    EXPECT_EQ(freeFitsPath("a_12.5ms.fits"), "a_12.5ms-2.fits");
+    writeFile("a_12.5ms-2.fits", "");
+    EXPECT_EQ(freeFitsPath("a_12.5ms.fits"), "a_12.5ms-3.fits");
+    EXPECT_EQ(freeFitsPath("s_[FRAMENR].fits"), "s_[FRAMENR].fits");
+    writeFile("s_00001.fits", "");
+    EXPECT_EQ(freeFitsPath("s_[FRAMENR].fits"), "s_[FRAMENR]-2.fits");
+    std::filesystem::create_directory("fi.ts");
+    writeFile("fi.ts/name", "");
+    EXPECT_EQ(freeFitsPath("fi.ts/name"), "fi.ts/name-2");
+}
