@@ -11,6 +11,7 @@
 #include "StreamStatus.h"
 #include <chrono>
 #include <cstdio>
+#include <gtkmm/main.h>
 #include <iostream>
 #include <thread>
 

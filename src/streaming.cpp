@@ -2,7 +2,6 @@
 
 #include "camera_control.h"
 #include "FrameProcessor.h"
-#include "Log.h"
 #include "MainWindow.h"
 #include "ObriApplication.h"
 #include "SharedFlag.h"
@@ -13,8 +12,6 @@
 #include <chrono>
 #include <csignal>
 #include <cstdio>
-#include <cstring>
-#include <exception>
 #include <pthread.h>
 #include <thread>
 
@@ -105,20 +102,6 @@ void act(EStreamVerdict verdict, uint64_t session)
     }
 }
 
-/// The last line of defence: a frame ends its recordings by itself when a writer fails.
-void processFrameSafely(SVideoDevice& cam)
-{
-    try {
-        m_frameProcessor->ProcessFrame(&cam);
-    } catch (const std::exception& failure) {
-        const std::string line = std::string("Frame processing failed: ") + failure.what();
-        fprintf(stderr, "%s\n", line.c_str());
-        libobribase::logString("E " + line);
-        m_frameProcessor->StopRecording();
-        releaseFrameBuffer(cam.fd, &cam.videomem);
-    }
-}
-
 struct SDequeued {
     bool entered = false; ///< false: the frame belonged to a stream that has ended
     int error = 0;
@@ -131,7 +114,7 @@ SDequeued processFrame(uint64_t session)
     if (!frame)
         return {};
     SVideoDevice& cam = obriCam();
-    processFrameSafely(cam);
+    m_frameProcessor->ProcessFrame(&cam);
     return {.entered = true, .error = cam.videomem.dequeueError, .bytes = cam.videomem.dequeuedBytes};
 }
 
