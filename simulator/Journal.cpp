@@ -1,0 +1,67 @@
+#include "Journal.h"
+
+#include "SceneText.h"
+
+#include <charconv>
+#include <cinttypes>
+#include <cstdio>
+
+namespace obrisim {
+
+// The program's locale may write decimals with a comma.
+static std::string decimal(double value)
+{
+    char text[32];
+    const auto end = std::to_chars(text, text + sizeof text, value, std::chars_format::fixed, 4).ptr;
+    return {text, end};
+}
+
+Journal::Journal(const SOptions& options, int64_t originNs)
+    : m_frames(options.frameLog), m_commands(options.commandLog), m_keepFrames(options.keepFrames)
+{
+    writeHeader(options, originNs);
+}
+
+void Journal::writeHeader(const SOptions& options, int64_t originNs) const
+{
+    const SOccultation& event = options.occultation;
+    m_frames.write("# origin " + std::to_string(originNs));
+    m_frames.write("# seed " + std::to_string(options.seed));
+    std::string targets = targetLines("# ");
+    targets.pop_back(); // the log adds the last line end
+    m_frames.write(targets);
+    if (event.durationNs > 0)
+        m_frames.write("# occultation " + std::to_string(originNs + event.startNs) + " " +
+                       std::to_string(originNs + event.startNs + event.durationNs) + " " +
+                       std::to_string(event.periodNs));
+    m_frames.write("# frame sent|lost start end width height hash target");
+}
+
+void Journal::frame(const SFrameRecord& r) const
+{
+    if (!m_frames.isOn())
+        return;
+    char text[160];
+    snprintf(text, sizeof text, "%u %s %" PRId64 " %" PRId64 " %d %d %016" PRIx64 " ", r.frameId,
+             r.sent ? "sent" : "lost", r.startNs, r.endNs, r.width, r.height, r.hash);
+    m_frames.write(text + decimal(r.targetPart));
+}
+
+void Journal::pixels(uint32_t frameId, const std::vector<uint16_t>& pixels) const
+{
+    if (!m_keepFrames.empty())
+        writeFile(m_keepFrames + "/frame-" + std::to_string(frameId) + ".raw", pixels.data(), 2 * pixels.size());
+}
+
+void Journal::command(int64_t nowNs, std::span<const uint8_t> bytes, int outcome) const
+{
+    std::string line = std::to_string(nowNs);
+    for (const uint8_t byte : bytes) {
+        char hex[4];
+        snprintf(hex, sizeof hex, " %02x", byte);
+        line += hex;
+    }
+    m_commands.write(outcome ? line + " failed " + std::to_string(outcome) : line);
+}
+
+} // namespace obrisim

@@ -1,0 +1,43 @@
+#pragma once
+#include "LineLog.h"
+#include "Options.h"
+#include "Settings.h"
+
+#include <cstdint>
+#include <span>
+#include <vector>
+
+namespace obrisim {
+
+/// What became of one exposure.
+struct SFrameRecord {
+    uint32_t frameId = 0;
+    bool sent = false;
+    int64_t startNs = 0, endNs = 0; ///< UTC since 1970
+    int width = 0, height = 0;      ///< pixels
+    uint64_t hash = 0;              ///< FNV-1a of the decoded pixels; 0 when lost
+    double targetPart = 1.0;        ///< of the target's light
+};
+
+/// What a test wants to know afterwards: every frame, every command. Any thread.
+class Journal {
+public:
+    /// @param originNs  camera time at its start, to which the options' seconds refer
+    Journal(const SOptions& options, int64_t originNs);
+
+    bool wantsHash() const { return m_frames.isOn(); }
+    bool wantsPixels() const { return !m_keepFrames.empty(); }
+
+    void frame(const SFrameRecord& record) const;
+    void pixels(uint32_t frameId, const std::vector<uint16_t>& pixels) const;
+    /// @param outcome  0, or the errno with which the command failed
+    void command(int64_t nowNs, std::span<const uint8_t> bytes, int outcome) const;
+
+private:
+    void writeHeader(const SOptions& options, int64_t originNs) const;
+
+    LineLog m_frames, m_commands;
+    std::string m_keepFrames;
+};
+
+} // namespace obrisim

@@ -1,0 +1,199 @@
+// The system calls that reach a camera's nodes, answered before the kernel sees them.
+//
+// libv4l2 makes all its device calls through syscall(2); other programs use the C library's wrappers.
+// Both are exported here. What is not a camera's goes on unchanged: no lock is taken on the way, since
+// GLib's futexes pass through syscall(), and all six arguments go along.
+
+// Fortified headers would define some of these functions, and large-file support would rename them.
+#undef _FORTIFY_SOURCE
+#undef _FILE_OFFSET_BITS
+#include "Bus.h"
+
+#include <cerrno>
+#include <cstdarg>
+#include <cstring>
+#include <dlfcn.h>
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#define EXPORTED extern "C" __attribute__((visibility("default")))
+
+using obrisim::Bus;
+using obrisim::Camera;
+
+namespace {
+
+/// The function of this name in the library that comes after this one.
+template <class F>
+F* following(const char* name)
+{
+    return reinterpret_cast<F*>(dlsym(RTLD_NEXT, name));
+}
+
+long answer(long result)
+{
+    if (result >= 0)
+        return result;
+    errno = static_cast<int>(-result);
+    return -1;
+}
+
+bool looksLikeNode(const char* path)
+{
+    return path && strncmp(path, "/dev/video", 10) == 0;
+}
+
+int openNode(const char* path, int flags)
+{
+    Bus* bus = looksLikeNode(path) ? Bus::instance() : nullptr;
+    return bus ? bus->open(path, flags) : Bus::sNotOurs;
+}
+
+int requestOf(Camera& camera, int fd, unsigned long request, void* argument)
+{
+    // The kernel looks at 32 bits; a code widened with its sign is the same request.
+    return camera.ioctl(fd, static_cast<uint32_t>(request), argument);
+}
+
+mode_t modeOf(int flags, va_list arguments)
+{
+    return (flags & O_CREAT) || (flags & O_TMPFILE) == O_TMPFILE ? va_arg(arguments, mode_t) : 0;
+}
+
+long passOn(long number, const long (&a)[6])
+{
+    static auto* const next = following<long(long, ...)>("syscall");
+    return next(number, a[0], a[1], a[2], a[3], a[4], a[5]);
+}
+
+} // namespace
+
+EXPORTED long syscall(long number, ...)
+{
+    va_list arguments;
+    va_start(arguments, number);
+    long a[6];
+    for (long& argument : a)
+        argument = va_arg(arguments, long);
+    va_end(arguments);
+    const int fd = static_cast<int>(number == SYS_mmap ? a[4] : a[0]);
+    if (number == SYS_openat) {
+        const int opened = openNode(reinterpret_cast<const char*>(a[1]), static_cast<int>(a[2]));
+        if (opened != Bus::sNotOurs)
+            return answer(opened);
+    } else if (number == SYS_ioctl) {
+        if (Camera* camera = Bus::cameraOf(fd))
+            return answer(requestOf(*camera, fd, static_cast<unsigned long>(a[1]), reinterpret_cast<void*>(a[2])));
+    } else if (number == SYS_mmap) {
+        if (Camera* camera = Bus::cameraOf(fd)) {
+            const int memory = camera->mapping(fd, static_cast<size_t>(a[1]), a[5]);
+            if (memory < 0)
+                return answer(memory);
+            a[4] = memory;
+        }
+    } else if (number == SYS_close && Bus::cameraOf(fd)) {
+        Bus::close(fd);
+        return 0;
+    }
+    return passOn(number, a);
+}
+
+#define EXPORT_OPEN(name)                                                                                              \
+    EXPORTED int name(const char* path, int flags, ...)                                                                \
+    {                                                                                                                  \
+        const int opened = openNode(path, flags);                                                                      \
+        if (opened != Bus::sNotOurs)                                                                                   \
+            return static_cast<int>(answer(opened));                                                                   \
+        va_list arguments;                                                                                             \
+        va_start(arguments, flags);                                                                                    \
+        const mode_t mode = modeOf(flags, arguments);                                                                  \
+        va_end(arguments);                                                                                             \
+        static auto* const next = following<int(const char*, int, ...)>(#name);                                        \
+        return next(path, flags, mode);                                                                                \
+    }
+EXPORT_OPEN(open)
+EXPORT_OPEN(open64)
+
+#define EXPORT_OPENAT(name)                                                                                            \
+    EXPORTED int name(int directory, const char* path, int flags, ...)                                                 \
+    {                                                                                                                  \
+        const int opened = openNode(path, flags);                                                                      \
+        if (opened != Bus::sNotOurs)                                                                                   \
+            return static_cast<int>(answer(opened));                                                                   \
+        va_list arguments;                                                                                             \
+        va_start(arguments, flags);                                                                                    \
+        const mode_t mode = modeOf(flags, arguments);                                                                  \
+        va_end(arguments);                                                                                             \
+        static auto* const next = following<int(int, const char*, int, ...)>(#name);                                   \
+        return next(directory, path, flags, mode);                                                                     \
+    }
+EXPORT_OPENAT(openat)
+EXPORT_OPENAT(openat64)
+
+// What a fortified build calls instead, when it opens without creating.
+EXPORTED int __open_2(const char* path, int flags)
+{
+    return open(path, flags);
+}
+
+EXPORTED int __open64_2(const char* path, int flags)
+{
+    return open64(path, flags);
+}
+
+EXPORTED int __openat_2(int directory, const char* path, int flags)
+{
+    return openat(directory, path, flags);
+}
+
+EXPORTED int __openat64_2(int directory, const char* path, int flags)
+{
+    return openat64(directory, path, flags);
+}
+
+EXPORTED int ioctl(int fd, unsigned long request, ...) noexcept
+{
+    va_list arguments;
+    va_start(arguments, request);
+    void* argument = va_arg(arguments, void*);
+    va_end(arguments);
+    if (Camera* camera = Bus::cameraOf(fd))
+        return static_cast<int>(answer(requestOf(*camera, fd, request, argument)));
+    static auto* const next = following<int(int, unsigned long, ...)>("ioctl");
+    return next(fd, request, argument);
+}
+
+static void* map(void* address, size_t length, int protection, int flags, int fd, off64_t offset)
+{
+    if (Camera* camera = Bus::cameraOf(fd)) {
+        fd = camera->mapping(fd, length, offset);
+        if (fd < 0) {
+            answer(fd);
+            return MAP_FAILED;
+        }
+    }
+    static auto* const next = following<void*(void*, size_t, int, int, int, off64_t)>("mmap64");
+    return next(address, length, protection, flags, fd, offset);
+}
+
+EXPORTED void* mmap(void* address, size_t length, int protection, int flags, int fd, off_t offset) noexcept
+{
+    return map(address, length, protection, flags, fd, offset);
+}
+
+EXPORTED void* mmap64(void* address, size_t length, int protection, int flags, int fd, off64_t offset) noexcept
+{
+    return map(address, length, protection, flags, fd, offset);
+}
+
+EXPORTED int close(int fd)
+{
+    if (Bus::cameraOf(fd)) {
+        Bus::close(fd);
+        return 0;
+    }
+    static auto* const next = following<int(int)>("close");
+    return next(fd);
+}
