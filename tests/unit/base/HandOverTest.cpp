@@ -41,7 +41,7 @@ TEST(ThreadSafeDoubleBuffer, BlocksArriveWholeFromAnotherThread)
             buffer.CommitWrite();
         }
     });
-    for (int blocks = 0; blocks < 2000;) {
+    for (int blocks = 0; blocks < 200;) {
         if (!buffer.AtomicRead())
             continue;
         ++blocks;
