@@ -1,0 +1,215 @@
+// What reaches a recording, and the averaged FITS files.
+
+#include "FrameProcessorSite.h"
+
+#include <gmock/gmock.h>
+
+#include <cstring>
+
+using testing::HasSubstr;
+
+namespace {
+
+constexpr uint64_t sEpochOffset = 0x701CE1722770000;
+
+/// Keeps what it was given.
+class KeepingWriter : public libobrifile::BaseWriter {
+public:
+    struct SRecord {
+        uint64_t length, datetime;
+        uint16_t firstPixel;
+    };
+    explicit KeepingWriter(FrameProcessor* provider, std::vector<SRecord>* out) : BaseWriter(provider), records(out)
+    {
+        m_recording = true;
+    }
+    std::string GetFormatName() override { return "kept"; }
+    void StopRecording() override { m_recording = false; }
+
+    std::vector<SRecord>* records;
+
+protected:
+    void OnRecordHeader() override {}
+    void OnRecordFrame(uint8_t* data, uint64_t length, uint64_t datetime) override
+    {
+        uint16_t first = 0;
+        memcpy(&first, data, 2);
+        records->push_back({length, datetime, first});
+    }
+    void OnRecordTrailer() override {}
+};
+
+class FrameRecording : public FrameProcessorSite {
+protected:
+    void record() { processor.recordingBegan(new KeepingWriter(&processor, &records), "kept.bin"); }
+    std::string averagedFile() const { return readFile(filesIn("fits").at(0)); }
+    // Pixel (0, 0) lies in the last row of the file's image, with the top bit inverted and high byte first.
+    int pixelInFile(const std::string& file) const
+    {
+        const size_t at = 2880 + (pixels.size() - static_cast<size_t>(cam.w)) * 2;
+        return (static_cast<uint8_t>(file[at]) << 8 | static_cast<uint8_t>(file[at + 1])) ^ 0x8000;
+    }
+
+    std::vector<KeepingWriter::SRecord> records;
+};
+
+} // namespace
+
+TEST_F(FrameRecording, FramesCarryTheirStartTimeOrTheEpochWhenTheCameraHasNone)
+{
+    frame();
+    record();
+    const std::string log = loggedBy([&] {
+        for (int year : {9, 24, 59}) {
+            overlay.byte(8, year);
+            frame();
+        }
+    });
+    ASSERT_EQ(records.size(), 3u);
+    EXPECT_EQ(records[0].datetime, sEpochOffset);
+    EXPECT_EQ(records[1].datetime, sEpochOffset + 116444736000000000u + 17096188282500000u); // 2024-03-05 06:07:08.25
+    EXPECT_EQ(records[2].datetime, sEpochOffset);
+    EXPECT_EQ(records[2].length, 240u * 64 * 2);
+    EXPECT_EQ(countOf(log, "  W Parsing camera timestamp failed, year:  2009\n"), 1);
+    EXPECT_EQ(countOf(log, "  W Parsing camera timestamp failed, year:  2059\n"), 1);
+    EXPECT_EQ(countOf(log, "Parsing"), 2);
+    processor.StopRecording();
+}
+
+TEST_F(FrameRecording, EveryNthFrameIsRecorded)
+{
+    frame();
+    processor.m_recordNthFrame = 3;
+    record();
+    for (uint16_t i = 1; i <= 10; ++i) {
+        pixel(0, 0) = static_cast<uint16_t>(i << 4);
+        frame();
+    }
+    ASSERT_EQ(records.size(), 3u);
+    EXPECT_EQ(records[0].firstPixel, 3 << 4);
+    EXPECT_EQ(records[2].firstPixel, 9 << 4);
+    processor.m_stopRecording = 1;
+    frames(4);
+    EXPECT_EQ(records.size(), 3u);
+    EXPECT_FALSE(processor.IsRecording());
+    EXPECT_EQ(processor.m_stopRecording, 0);
+}
+
+TEST_F(FrameRecording, SumsAndTimesCoverTheRecordedFrames)
+{
+    frame();
+    overlay.byte(74, 1);
+    overlay.u16(72, 25);
+    overlay.u32(64, static_cast<uint32_t>(-300));
+    overlay.u32(76, static_cast<uint32_t>(-1600));
+    record();
+    frames(2);
+    overlay.time(20, 25, 0);
+    overlay.byte(74, 2); // no fix: the sums stay
+    frame();
+    EXPECT_EQ(processor.m_recordingFormat, "kept");
+    EXPECT_EQ(processor.m_firstFrameDatetime, 116444736000000000 + 17096188282500000);
+    EXPECT_EQ(processor.m_firstFrameDatetimeValid, 1);
+    EXPECT_EQ(processor.m_firstFrameGpsPrecisionMeters, 25.0);
+    EXPECT_GT(processor.m_lastFrameDatetime, processor.m_firstFrameDatetime + 364LL * 86400 * 10000000);
+    EXPECT_EQ(processor.m_recordingGpsNofSamples, 2u);
+    EXPECT_EQ(processor.m_recordingGpsSumLatE7, -600);
+    EXPECT_EQ(processor.m_recordingGpsSumHeightM, -2); // (-1600 + 500) / 1000 each, towards zero
+    const SRecordingStatus status = readStreamStatus().recording;
+    EXPECT_TRUE(status.active);
+    EXPECT_EQ(status.frames, 3u);
+    EXPECT_EQ(status.bytesWritten, 3u * 240 * 64 * 2);
+    processor.StopRecording();
+    EXPECT_FALSE(readStreamStatus().recording.active);
+    EXPECT_EQ(readStreamStatus().recording.frames, 3u);
+}
+
+TEST_F(FrameRecording, LossesCountFromTheFirstRecordedFrame)
+{
+    uint32_t id = 10;
+    const auto step = [&](uint32_t by) {
+        overlay.u32(36, id += by);
+        frame();
+    };
+    step(1);
+    record();
+    step(5); // lost before the first frame of the recording
+    step(1);
+    step(3);
+    EXPECT_EQ(readStreamStatus().recording.framesLost, 2u);
+    processor.StopRecording();
+}
+
+TEST_F(FrameRecording, AverageOfFramesBecomesOneFile)
+{
+    struct SCase {
+        char kind;
+        const char* type;
+        bool history;
+    };
+    for (const auto& [kind, type, history] : {SCase{'P', "'Light Frame'", false},
+                                              {'D', "'Dark Frame'", true},
+                                              {'F', "'Flat Frame'", true},
+                                              {'x', "'Light Frame'", false}}) {
+        frame();
+        ASSERT_TRUE(processor.StartRecordingAveragedFits(kind, 3));
+        for (int value : {0x10, 0x20, 0x50}) { // mean 42.67, cut to 42
+            EXPECT_TRUE(filesIn("fits").empty());
+            pixel(0, 0) = static_cast<uint16_t>(value);
+            frame();
+        }
+        ASSERT_EQ(filesIn("fits").size(), 1u);
+        const std::string file = averagedFile();
+        EXPECT_EQ(pixelInFile(file), 42);
+        EXPECT_THAT(file, HasSubstr(std::string("IMAGETYP= ") + type));
+        EXPECT_EQ(countOf(file, "HISTORY = 'AVG_3'"), history ? 1 : 0);
+        EXPECT_EQ(processor.m_processedFitsFiles.count(filesIn("fits")[0]), 1u);
+        EXPECT_EQ(processor.m_fitsRecordingJob, nullptr);
+        frame();
+        ASSERT_EQ(filesIn("fits").size(), 1u);
+        std::filesystem::remove(filesIn("fits")[0]);
+    }
+}
+
+TEST_F(FrameRecording, AveragesAreRefusedCancelledOrGivenUpWhole)
+{
+    EXPECT_THAT(saidBy([&] { EXPECT_FALSE(processor.StartRecordingAveragedFits('D', 2)); }), HasSubstr("refused"));
+    frame();
+    for (int count : {0, -1, 65538})
+        EXPECT_THAT(saidBy([&] { EXPECT_FALSE(processor.StartRecordingAveragedFits('D', count)); }),
+                    HasSubstr("refused"));
+    ASSERT_TRUE(processor.StartRecordingAveragedFits('D', 3));
+    EXPECT_THAT(saidBy([&] { EXPECT_FALSE(processor.StartRecordingAveragedFits('D', 3)); }), HasSubstr("refused"));
+    frame();
+    processor.CancelRecordingAveragedFits();
+    frame();
+    EXPECT_EQ(processor.m_fitsWriter, nullptr);
+    frames(3);
+    EXPECT_TRUE(filesIn("fits").empty());
+
+    ASSERT_TRUE(processor.StartRecordingAveragedFits('F', 3));
+    frame();
+    setSize(320, 64);
+    EXPECT_THAT(saidBy([&] { frame(); }), HasSubstr("The averaged FITS file is given up"));
+    frames(3);
+    EXPECT_TRUE(filesIn("fits").empty());
+    processor.CancelRecordingAveragedFits(); // nothing to cancel
+}
+
+TEST_F(FrameRecording, FileThatCannotBeWrittenIsSaidOnceAndFramesGoOn)
+{
+    frame();
+    for (int averaged : {0, 1}) {
+        if (averaged)
+            processor.StartRecordingAveragedFits('P', 1);
+        else
+            processor.StartRecordingSingleFits(0);
+        std::filesystem::remove_all("fits");
+        const std::string said = saidBy([&] { frames(2); });
+        EXPECT_EQ(countOf(said, "\n"), 1) << said;
+        EXPECT_THAT(said, HasSubstr("The FITS file was not written: Failed to open FITS file for writing."));
+        EXPECT_EQ(processor.m_fitsRecordingJob, nullptr);
+        EXPECT_EQ(processor.m_fitsWriter, nullptr);
+    }
+    EXPECT_TRUE(processor.m_processedFitsFiles.empty());
+}

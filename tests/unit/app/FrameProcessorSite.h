@@ -1,0 +1,143 @@
+#pragma once
+
+#include "device.h"
+#include "FrameDevice.h"
+#include "FrameProcessor.h"
+#include "Log.h"
+
+#include "../base/OverlayRow.h"
+#include "RecordingSite.h"
+
+#include "BaseWriter.h"
+
+#include <algorithm>
+#include <gtest/gtest.h>
+#include <vector>
+
+/// What the pretended driver has and what the pretended window got.
+struct SPretended {
+    std::vector<uint16_t> raw;
+    bool hasBuffer = true;
+    int bytesUsed = 0;
+    int dequeued = 0, released = 0, histograms = 0;
+    std::vector<uint32_t> preview;
+    int previewWidth = 0;
+    size_t previewPixels = 0;
+};
+inline SPretended sPretended;
+
+inline const SFrameDevice sPretendedDevice{[](int, SVideoMemory*, void** frame) {
+                                               ++sPretended.dequeued;
+                                               *frame = sPretended.hasBuffer ? sPretended.raw.data() : nullptr;
+                                               return sPretended.bytesUsed;
+                                           },
+                                           [](int, SVideoMemory*) { ++sPretended.released; },
+                                           [](uint32_t* frame, int width) {
+                                               sPretended.previewWidth = width;
+                                               sPretended.preview.assign(frame, frame + sPretended.previewPixels);
+                                           },
+                                           [] { ++sPretended.histograms; }};
+
+/// A frame processor whose state a test can see.
+class OpenFrameProcessor : public FrameProcessor {
+public:
+    OpenFrameProcessor() : FrameProcessor(sPretendedDevice) {}
+    using FrameProcessor::decoded;
+    using FrameProcessor::m_binaryOverlay;
+    using FrameProcessor::m_camStatus;
+    using FrameProcessor::m_firstFrameDatetime;
+    using FrameProcessor::m_firstFrameDatetimeValid;
+    using FrameProcessor::m_firstFrameGpsPrecisionMeters;
+    using FrameProcessor::m_fitsRecordingJob;
+    using FrameProcessor::m_fitsWriter;
+    using FrameProcessor::m_hasGpsFix;
+    using FrameProcessor::m_height;
+    using FrameProcessor::m_isCompressed;
+    using FrameProcessor::m_lastFrameDatetime;
+    using FrameProcessor::m_photometryBuffer;
+    using FrameProcessor::m_previousFrameNumber;
+    using FrameProcessor::m_processedFitsFiles;
+    using FrameProcessor::m_recordingFormat;
+    using FrameProcessor::m_recordingGpsNofSamples;
+    using FrameProcessor::m_recordingGpsSumHeightM;
+    using FrameProcessor::m_recordingGpsSumLatE7;
+    using FrameProcessor::m_recordNthFrame;
+    using FrameProcessor::m_stopRecording;
+    using FrameProcessor::m_width;
+    using FrameProcessor::recordingBegan;
+};
+
+/// Frames of a camera, made of decoded pixels and an overlay, going through a frame processor in a folder of its own.
+class FrameProcessorSite : public testing::Test {
+protected:
+    FrameProcessorSite()
+    {
+        sPretended = {};
+        setSize(240, 64);
+    }
+
+    /// Plain words, or packed lines when compressedWidth is smaller than width.
+    void setSize(int width, int height, int compressedWidth = 0)
+    {
+        cam.w = width;
+        cam.wCompact = compressedWidth ? compressedWidth : width;
+        cam.h = height;
+        pixels.assign(static_cast<size_t>(width) * static_cast<size_t>(height), 0x4000);
+    }
+    uint16_t& pixel(int x, int y) { return pixels[static_cast<size_t>(y) * static_cast<size_t>(cam.w) + x]; }
+
+    /// Sends the pixels as plain words, the overlay in their last row.
+    void frame()
+    {
+        std::copy_n(overlay.row(), std::min(cam.w, 128), &pixel(0, cam.h - 1));
+        sPretended.raw.resize(pixels.size());
+        for (size_t i = 0; i < pixels.size(); ++i)
+            sPretended.raw[i] = static_cast<uint16_t>(pixels[i] >> 8 | (pixels[i] >> 4 & 0xF) << 8);
+        sPretended.bytesUsed = static_cast<int>(pixels.size() * 2);
+        process();
+    }
+    void frames(int count)
+    {
+        for (int i = 0; i < count; ++i)
+            frame();
+    }
+    void process()
+    {
+        sPretended.previewPixels = static_cast<size_t>(std::max(cam.w * cam.h, 0));
+        processor.ProcessFrame(&cam);
+    }
+    uint32_t previewAt(int x, int y) const { return sPretended.preview[static_cast<size_t>(y * cam.w + x)]; }
+
+    template <class Action>
+    static std::string saidBy(Action action)
+    {
+        testing::internal::CaptureStderr();
+        action();
+        return testing::internal::GetCapturedStderr();
+    }
+    /// What an action leaves in the log, between the lines that open and close it.
+    template <class Action>
+    std::string loggedBy(Action action)
+    {
+        libobribase::logOpen(".", '/');
+        action();
+        libobribase::logClose();
+        for (const std::string& file : filesIn("."))
+            if (file.find("obri_app_log_") != std::string::npos)
+                return readFile(file);
+        return {};
+    }
+    static int countOf(const std::string& text, const std::string& part)
+    {
+        int count = 0;
+        for (size_t at = text.find(part); at != std::string::npos; at = text.find(part, at + 1))
+            ++count;
+        return count;
+    }
+
+    RecordingSite site;
+    SVideoDevice cam{};
+    std::vector<uint16_t> pixels; ///< 12 significant bits each, in the upper ones
+    OverlayRow overlay{0, 5};     ///< a layout without checksum
+    OpenFrameProcessor processor;
+};
