@@ -49,7 +49,7 @@ void FitsSequenceWriter::OnRecordFrame(uint8_t* data, uint64_t, uint64_t)
 {
     const SResetAtEnd resetAtEnd{m_fitsWriter};
     m_fitsWriter =
-        std::make_unique<FitsWriter>(FramePath(m_pathTemplate, m_frameNr + 1), m_attributesProvider, &m_buffer);
+        std::make_unique<FitsWriter>(FramePath(m_pathTemplate, m_frameNr + 1), m_attributesProvider, &m_scratch);
     WriteFitsFileStaticHeader();
     WriteFitsFileDynamicHeader();
     m_fitsWriter->WriteImage(reinterpret_cast<uint16_t*>(data));

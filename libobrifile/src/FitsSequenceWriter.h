@@ -3,7 +3,6 @@
 #include <cstdint>
 #include <memory>
 #include <string>
-#include <vector>
 
 #include "BaseWriter.h"
 #include "FitsWriter.h"
@@ -42,7 +41,7 @@ private:
     int32_t m_h;
     uint8_t m_nativeBitsPerPixel;
     std::unique_ptr<FitsWriter> m_fitsWriter; // while a frame is written
-    std::vector<uint16_t> m_buffer;           // one encoded image, kept for the recording's length
+    SFitsScratch m_scratch;                   // kept from frame to frame
 };
 
 } // namespace libobrifile

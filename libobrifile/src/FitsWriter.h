@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <cstdio>
 #include <memory>
@@ -11,6 +12,12 @@
 
 namespace libobrifile {
 
+/// Memory that FitsWriter needs while it writes; kept from one writer to the next when many files are written.
+struct SFitsScratch {
+    std::vector<uint16_t> samples;      // some rows, encoded
+    std::array<char, 64 * 1024> stream; // stdio's buffer: a small image goes to the system in one piece
+};
+
 /// Writes one 16-bit monochrome image as one FITS file; docs/file-formats.md shows the bytes.
 ///
 /// Fill GetHeader() first: the image's size is taken from it. Throws std::logic_error (or a class
@@ -19,9 +26,8 @@ class FitsWriter {
 public:
     /// @param filePath replaced when it exists.
     /// @param provider borrowed for the life of the writer.
-    /// @param buffer   memory for the encoded image, kept from one writer to the next when many
-    ///                 files are written; borrowed for the life of the writer. Null: its own.
-    FitsWriter(std::string filePath, IFileWriterAttributesProvider* provider, std::vector<uint16_t>* buffer = nullptr);
+    /// @param scratch  borrowed for the life of the writer. Null: its own.
+    FitsWriter(std::string filePath, IFileWriterAttributesProvider* provider, SFitsScratch* scratch = nullptr);
     FitsWriter(const FitsWriter&) = delete;
     FitsWriter& operator=(const FitsWriter&) = delete;
     virtual ~FitsWriter();
@@ -50,8 +56,8 @@ private:
     IFileWriterAttributesProvider* m_attributesProvider;
     std::unique_ptr<FitsHeaderData> m_header;
     std::string m_filePath;
-    std::vector<uint16_t> m_ownBuffer;
-    std::vector<uint16_t>* m_buffer; // the caller's, or m_ownBuffer
+    std::unique_ptr<SFitsScratch> m_ownScratch;
+    SFitsScratch* m_scratch; // the caller's, or m_ownScratch
 };
 
 } // namespace libobrifile
