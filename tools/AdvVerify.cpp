@@ -37,11 +37,6 @@ private:
     size_t m_count = 0;
 };
 
-std::string plural(uint64_t count, const std::string& one)
-{
-    return std::to_string(count) + " " + one + (count == 1 ? "" : "s");
-}
-
 bool isSameOrWrapped(uint64_t claim, uint64_t value)
 {
     return claim == value || claim == (value & 0xFFFFFFFF);
@@ -175,15 +170,29 @@ std::string accountOfBytes(const AdvFile& file)
 
 std::string verdictOf(const AdvFile& file, const std::string& name, const SVerifyReport& report)
 {
-    const size_t count = report.findings.size() + report.gaps.size();
-    const uint64_t lost = framesLost(report.gaps);
     const uint64_t unaccounted = bytesOf(file, EAdvRegion::Unaccounted);
-    return name + ": " + (count == 0 ? "OK" : plural(count, "finding")) + ", " + plural(file.frames().size(), "frame") +
-           ", " + (lost == 0 ? "no frame lost" : plural(lost, "frame") + " lost") + ", " +
+    return verdictStart(name, report) + plural(file.frames().size(), "frame") + ", " + lossText(report.gaps) + ", " +
            (unaccounted == 0 ? "every byte accounted for" : plural(unaccounted, "byte") + " not accounted for");
 }
 
 } // namespace
+
+std::string plural(uint64_t count, const std::string& one)
+{
+    return std::to_string(count) + " " + one + (count == 1 ? "" : "s");
+}
+
+std::string verdictStart(const std::string& name, const SVerifyReport& report)
+{
+    const size_t count = report.findings.size() + report.gaps.size();
+    return name + ": " + (count == 0 ? "OK" : plural(count, "finding")) + ", ";
+}
+
+std::string lossText(const std::vector<SGap>& gaps)
+{
+    const uint64_t lost = framesLost(gaps);
+    return lost == 0 ? "no frame lost" : plural(lost, "frame") + " lost";
+}
 
 std::string SVerifyReport::text() const
 {

@@ -20,6 +20,14 @@ struct SVerifyReport {
     std::string text() const;
 };
 
+/// "1 frame", "2 frames".
+std::string plural(uint64_t count, const std::string& one);
+
+// The parts that the verdicts of recordings and folders share: "NAME: OK, " or "NAME: 3 findings, ", and "5 frames
+// lost".
+std::string verdictStart(const std::string& name, const SVerifyReport& report);
+std::string lossText(const std::vector<SGap>& gaps);
+
 /// The camera's times and counters of a recording's frames.
 std::vector<SFrameTime> frameTimes(const std::vector<SAdvFrame>& frames);
 

@@ -57,13 +57,17 @@ int runLightCurve(const SArguments& arguments, std::ostream& out, std::ostream& 
         return sStatusNotSuch;
     }
     std::vector<SLightPoint> points;
-    std::string error = measureLightCurve(file, aperture, points);
+    std::vector<size_t> skipped;
+    std::string error = measureLightCurve(file, aperture, points, skipped);
     if (error.empty() && arguments.has("png"))
         error = lightCurvePng(points, printable(path) + " at " + arguments.value("at"), arguments.value("png"));
     if (!error.empty()) {
         err << "obri-adv: " << path << ": " << error << "\n";
         return sStatusFailed;
     }
+    if (!skipped.empty())
+        err << "obri-adv: " << path << ": " << skipped.size() << " damaged frames are left out, the first is frame "
+            << skipped.front() << "\n";
     if (arguments.has("csv"))
         out << lightCurveCsv(points);
     else if (!arguments.has("png"))

@@ -132,14 +132,8 @@ std::string writeFile(const std::string& path, const void* bytes, size_t length)
     return out->commit(error, false) ? "" : error;
 }
 
-} // namespace
-
-std::string exportFrame(AdvFile& file, size_t n, const std::string& path)
+std::string writeFits(const AdvFile& file, size_t n, const std::vector<uint16_t>& pixels, const std::string& path)
 {
-    std::vector<uint16_t> pixels;
-    std::string error;
-    if (!file.readPixels(n, pixels, error))
-        return error;
     const SAdvFrame& frame = file.frames()[n];
     FitsImage fits(file.width(), file.height());
     writeTimes(fits, frame);
@@ -150,8 +144,25 @@ std::string exportFrame(AdvFile& file, size_t n, const std::string& path)
     fits.text("ROWORDER", "BOTTOM-UP", "the first row is the bottom of the picture");
     fits.pixels(pixels);
     size_t length = 0;
+    std::string error;
     const void* bytes = fits.finish(length, error);
     return bytes ? writeFile(path, bytes, length) : error;
+}
+
+std::string numberedName(const std::string& recording, size_t n)
+{
+    char number[32];
+    snprintf(number, sizeof number, "_%05zu.fits", n);
+    return fs::path(recording).stem().string() + number;
+}
+
+} // namespace
+
+std::string exportFrame(AdvFile& file, size_t n, const std::string& path)
+{
+    std::vector<uint16_t> pixels;
+    std::string error;
+    return file.readPixels(n, pixels, error) ? writeFits(file, n, pixels, path) : error;
 }
 
 std::string exportAll(AdvFile& file, const std::string& recording, const std::string& folder)
@@ -160,17 +171,25 @@ std::string exportAll(AdvFile& file, const std::string& recording, const std::st
     fs::create_directories(folder, failure);
     if (failure)
         return "cannot make the folder \"" + folder + "\" (" + failure.message() + ")";
-    Progress progress("exporting", file.frames().size());
-    for (size_t n = 0; n < file.frames().size(); ++n) {
-        char number[32];
-        snprintf(number, sizeof number, "_%05zu.fits", n);
-        const fs::path path = fs::path(folder) / (fs::path(recording).stem().string() + number);
-        if (std::string error = exportFrame(file, n, path.string()); !error.empty())
-            return error + "; " + std::to_string(n) + " of " + std::to_string(file.frames().size()) +
-                   " frames were exported";
+    const size_t count = file.frames().size();
+    Progress progress("exporting", count);
+    std::vector<uint16_t> pixels;
+    std::string firstDamaged, error;
+    size_t written = 0;
+    for (size_t n = 0; n < count; ++n) {
+        if (!file.readPixels(n, pixels, error)) {
+            firstDamaged = firstDamaged.empty() ? error : firstDamaged;
+            continue;
+        }
+        const fs::path path = fs::path(folder) / numberedName(recording, n);
+        if (error = writeFits(file, n, pixels, path.string()); !error.empty())
+            return error + "; " + std::to_string(written) + " of " + std::to_string(count) + " frames were exported";
+        ++written;
         progress.show(n + 1);
     }
-    return {};
+    return written == count ? ""
+                            : std::to_string(count - written) + " of " + std::to_string(count) +
+                                  " frames could not be exported; " + firstDamaged;
 }
 
 } // namespace obriadv

@@ -10,7 +10,8 @@ namespace obriadv {
 std::string exportFrame(AdvFile& file, size_t n, const std::string& path);
 
 /// Writes every frame to folder/NAME_NNNNN.fits, NAME taken from the recording's file name, NNNNN from 0 in at least
-/// five digits. The folder is made when missing. Stops at the first failure and returns it; empty on success.
+/// five digits. The folder is made when missing. Frames that cannot be decoded are left out; a file that cannot be
+/// written ends the work. Empty when every frame was written.
 std::string exportAll(AdvFile& file, const std::string& recording, const std::string& folder);
 
 } // namespace obriadv

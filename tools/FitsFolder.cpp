@@ -193,11 +193,8 @@ SVerifyReport verifyFitsFolder(const std::string& path)
         }
         checkSequence(files, stem, report);
     }
-    const size_t count = report.findings.size() + report.gaps.size();
-    const uint64_t lost = framesLost(report.gaps);
-    report.verdict = printable(path) + ": " + (count == 0 ? "OK" : std::to_string(count) + " findings") + ", " +
-                     std::to_string(total) + " FITS files in " + std::to_string(sequences.size()) + " sequences, " +
-                     (lost == 0 ? "no frame lost" : std::to_string(lost) + " frames lost");
+    report.verdict = verdictStart(printable(path), report) + plural(total, "FITS file") + " in " +
+                     plural(sequences.size(), "sequence") + ", " + lossText(report.gaps);
     return report;
 }
 

@@ -126,6 +126,18 @@ void measureFrame(const std::vector<uint16_t>& pixels, const SPixelSet& set, SLi
     point.isSaturated = point.peak >= sSaturated;
 }
 
+SLightPoint timedPoint(size_t n, const SAdvFrame& frame)
+{
+    // Unsigned: times of damaged records may lie anywhere.
+    const auto start = static_cast<uint64_t>(frame.startNs), end = static_cast<uint64_t>(frame.endNs);
+    SLightPoint point;
+    point.frame = n;
+    point.cameraFrameId = frame.status.cameraFrameId;
+    point.exposureNs = static_cast<int64_t>(end - start);
+    point.midNs = static_cast<int64_t>(start + static_cast<uint64_t>(point.exposureNs / 2));
+    return point;
+}
+
 std::string checkAperture(const SAperture& a)
 {
     const bool isSane = std::isfinite(a.x) && std::isfinite(a.y) && std::abs(a.x) < 1e6 && std::abs(a.y) < 1e6 &&
@@ -135,7 +147,8 @@ std::string checkAperture(const SAperture& a)
 
 } // namespace
 
-std::string measureLightCurve(AdvFile& file, const SAperture& aperture, std::vector<SLightPoint>& points)
+std::string measureLightCurve(AdvFile& file, const SAperture& aperture, std::vector<SLightPoint>& points,
+                              std::vector<size_t>& skipped)
 {
     if (std::string error = checkAperture(aperture); !error.empty())
         return error;
@@ -151,15 +164,11 @@ std::string measureLightCurve(AdvFile& file, const SAperture& aperture, std::vec
         if (set == sets.end())
             return "frame " + std::to_string(n) + ": the aperture or its ring lies outside of what was recorded";
         std::string error;
-        if (!file.readPixels(n, pixels, error))
-            return error;
-        SLightPoint point;
-        point.frame = n;
-        point.cameraFrameId = frame.status.cameraFrameId;
-        point.exposureNs =
-            static_cast<int64_t>(static_cast<uint64_t>(frame.endNs) - static_cast<uint64_t>(frame.startNs));
-        point.midNs =
-            static_cast<int64_t>(static_cast<uint64_t>(frame.startNs) + static_cast<uint64_t>(point.exposureNs / 2));
+        if (!file.readPixels(n, pixels, error)) {
+            skipped.push_back(n);
+            continue;
+        }
+        SLightPoint point = timedPoint(n, frame);
         measureFrame(pixels, set->second, point);
         points.push_back(point);
         progress.show(n);

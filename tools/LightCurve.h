@@ -25,8 +25,12 @@ struct SLightPoint {
 
 /// Measures a star in every frame. Pixels that the aperture covers in part count in part; the sky is the mean of the
 /// ring's pixels without outliers. The last row, which carries the camera's data block, is never used.
-/// Empty on success, else why it cannot be measured; frames that cannot be decoded are an error too.
-std::string measureLightCurve(AdvFile& file, const SAperture& aperture, std::vector<SLightPoint>& points);
+///
+/// @param skipped  the frames that cannot be decoded; they have no point.
+///
+/// Empty on success, else why it cannot be measured.
+std::string measureLightCurve(AdvFile& file, const SAperture& aperture, std::vector<SLightPoint>& points,
+                              std::vector<size_t>& skipped);
 
 /// One line a frame behind a head line, times with microseconds.
 std::string lightCurveCsv(const std::vector<SLightPoint>& points);

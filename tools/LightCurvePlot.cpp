@@ -86,6 +86,7 @@ void drawAxes(cairo_t* to, const Scale& scale, const SLightPoint& first, const s
 
 void drawPoints(cairo_t* to, const std::vector<SLightPoint>& points, const Scale& scale)
 {
+    cairo_new_path(to); // a text leaves a point behind that a line would start from
     cairo_set_source_rgba(to, 0.1, 0.3, 0.7, 0.4);
     for (const SLightPoint& point : points)
         cairo_line_to(to, sLeft + scale.x(point), sTop + scale.y(point.flux));
