@@ -22,6 +22,7 @@ Camera::Camera(const SOptions& options, SIdentity identity, const Clock& clock, 
       m_streamOffFault(options.streamOffError), m_queueFault(options.queueError), m_dequeueFault(options.dequeueError),
       m_mapFault(options.mapError), m_deadStreams(streamsOf(options.dead))
 {
+    m_settings.exposureMs = options.exposureMs;
 }
 
 Camera::~Camera()

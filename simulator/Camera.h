@@ -85,6 +85,7 @@ private:
     int enumInputs(SHandle&, void*);
     int getInput(SHandle&, void*);
     int setInput(SHandle&, void*);
+    uint32_t highestPriority() const;
     int getPriority(SHandle&, void*);
     int setPriority(SHandle&, void*);
     int enumMetadataFormats(SHandle&, void*);

@@ -115,7 +115,7 @@ int Camera::setFormat(SHandle& handle, void* argument)
     auto& format = as<v4l2_format>(argument);
     if (format.type != V4L2_BUF_TYPE_VIDEO_CAPTURE)
         return -EINVAL;
-    if (isOwnedByOther(handle) || m_buffers.isAllocated())
+    if (isOwnedByOther(handle) || m_buffers.isAllocated() || handle.priority < highestPriority())
         return -EBUSY;
     if (const int error = m_formatFault.error())
         return -error;
@@ -155,23 +155,30 @@ int Camera::getInput(SHandle&, void* argument)
 
 int Camera::setInput(SHandle& handle, void* argument)
 {
-    if (isOwnedByOther(handle))
+    if (isOwnedByOther(handle) || handle.priority < highestPriority())
         return -EBUSY;
     return as<int>(argument) == 0 ? 0 : -EINVAL;
 }
 
-int Camera::getPriority(SHandle&, void* argument)
+uint32_t Camera::highestPriority() const
 {
     uint32_t highest = V4L2_PRIORITY_UNSET;
     for (const SHandle& handle : m_handles)
         highest = std::max(highest, handle.priority);
-    as<uint32_t>(argument) = highest;
+    return highest;
+}
+
+int Camera::getPriority(SHandle&, void* argument)
+{
+    as<uint32_t>(argument) = highestPriority();
     return 0;
 }
 
 int Camera::setPriority(SHandle& handle, void* argument)
 {
     const uint32_t priority = as<uint32_t>(argument);
+    if (handle.priority < highestPriority())
+        return -EBUSY;
     if (priority < V4L2_PRIORITY_BACKGROUND || priority > V4L2_PRIORITY_RECORD)
         return -EINVAL;
     handle.priority = priority;

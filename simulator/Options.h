@@ -21,6 +21,7 @@ struct SOptions {
     std::string name = "OBRI+CAM simulator";
     int videoNode = 0, metadataNode = 1;
     bool twoCameras = false;
+    int exposureMs = 40; ///< when switched on
     // The scene
     std::string scene;
     uint64_t seed = 1;

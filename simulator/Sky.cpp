@@ -72,11 +72,11 @@ static float quantile(std::vector<float> values, double part)
     return *at;
 }
 
-// The picture's darkest pixels become a dark site's sky, its brightest those of a bright star.
+// What most of the picture's pixels are becomes a dark site's sky, its brightest those of a bright star.
 SSky makeSkyFromFits(const std::string& path)
 {
     const SPicture picture = readFitsPicture(path);
-    const float dark = quantile(picture.pixels, 0.01), bright = quantile(picture.pixels, 0.999);
+    const float dark = quantile(picture.pixels, 0.4), bright = quantile(picture.pixels, 0.999);
     const float scale = 3000.0f / std::max(1.0f, bright - dark);
     SSky sky;
     sky.rates.resize(size_t{sSensorWidth} * sSensorHeight);
