@@ -131,7 +131,7 @@ void frameIsReady(uint64_t session)
         sWatch.bufferWasEmpty();
     } else {
         sWatch.frameArrived(Clock::now());
-        sSaidDead = false;
+        sSaidDead = sSaidUnplugged = false;
     }
 }
 

@@ -1,5 +1,6 @@
 #include "FakeCamera.h"
 
+#include "camera_control.h"
 #include <algorithm>
 #include <cerrno>
 #include <cstdarg>
@@ -31,6 +32,7 @@ FakeCamera::FakeCamera()
 FakeCamera::~FakeCamera()
 {
     sFake = nullptr;
+    obriCam() = {}; // the next test finds the record as a new process does
 }
 
 int FakeCamera::count(uint32_t request) const
@@ -68,8 +70,8 @@ int FakeCamera::describeBuffer(void* arg) const
     auto* buffer = static_cast<v4l2_buffer*>(arg);
     if (buffer->index >= grantedBuffers)
         return fail(EINVAL);
-    buffer->length = 4096;
-    buffer->m.offset = buffer->index * 4096;
+    buffer->length = sBufferLength;
+    buffer->m.offset = buffer->index * sBufferLength;
     return 0;
 }
 

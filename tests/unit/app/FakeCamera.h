@@ -12,6 +12,7 @@ public:
     FakeCamera();
     ~FakeCamera();
 
+    static constexpr uint32_t sBufferLength = 0x20000;
     using Command = std::array<uint8_t, 5>;
 
     std::vector<uint32_t> requests;  ///< codes, in the order of arrival

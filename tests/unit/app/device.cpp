@@ -46,8 +46,8 @@ TEST(VideoMemory, MapsAndQueuesEveryBufferAndGivesAllBack)
     mapVideoMemory(sFd, &memory);
     EXPECT_EQ(camera.mappings, 5);
     EXPECT_EQ(camera.count(VIDIOC_QBUF), 5);
-    EXPECT_EQ(memory.videoBufferOffset[4], 4u * 4096);
-    EXPECT_EQ(memory.videoBufferLength[4], 4096u);
+    EXPECT_EQ(memory.videoBufferOffset[4], 4 * FakeCamera::sBufferLength);
+    EXPECT_EQ(memory.videoBufferLength[4], FakeCamera::sBufferLength);
     unmapVideoMemory(sFd, &memory);
     releaseVideoMemory(sFd, &memory);
     EXPECT_EQ(camera.mappings, 0);

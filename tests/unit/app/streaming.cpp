@@ -9,6 +9,7 @@
 #include <cerrno>
 #include <chrono>
 #include <cstdlib>
+#include <fstream>
 #include <gtest/gtest.h>
 #include <linux/uvcvideo.h>
 #include <linux/videodev2.h>
@@ -101,6 +102,70 @@ TEST_F(Streaming, AnUnpluggedCameraIsNeitherStoppedNorStarted)
                     "Failed to dequeue frame buffer... (No such device)\n"
                     "Failed to enqueue frame buffer... (No such device)\n");
     EXPECT_FALSE(readStreamStatus().cameraConnected);
+}
+
+namespace {
+
+/// A recording of 176 x 128 pixels in a folder of its own; its stream delivers black frames.
+class ActiveRecording : public Streaming {
+protected:
+    void SetUp() override
+    {
+        ASSERT_EQ(chdir(testing::TempDir().c_str()), 0);
+        remove("recording.adv");
+        Streaming::SetUp();
+        setResolution(176, 128);
+        camera.bytesUsed = 176 * 128 * 2;
+        streamingThreadRun(); // a recording needs a frame of its size first
+        startRecordingAdv();
+        ASSERT_EQ(getIsRecording(), 1);
+        streamingThreadRun();
+    }
+
+    void TearDown() override
+    {
+        stopRecording();
+        Streaming::TearDown();
+    }
+
+    /// The start of the index table, patched into the header when a recording ends properly.
+    static uint64_t indexPosition()
+    {
+        std::ifstream file("recording.adv", std::ios::binary);
+        uint64_t position = 0;
+        file.seekg(9).read(reinterpret_cast<char*>(&position), sizeof position);
+        return position;
+    }
+};
+
+using ActiveRecordingDeathTest = ActiveRecording;
+
+} // namespace
+
+TEST_F(ActiveRecording, EndsProperlyBeforeTheSizeChangesAndGoesOnWhenItDoesNot)
+{
+    setResolution(176, 128);
+    EXPECT_EQ(getIsRecording(), 1);
+    testing::internal::CaptureStderr();
+    setResolution(408, 310);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "The resolution changes: the recording ends here\n");
+    EXPECT_EQ(getIsRecording(), 0);
+    EXPECT_NE(indexPosition(), 0u);
+}
+
+TEST_F(ActiveRecording, IsMadeWholeWhenTheCameraIsUnplugged)
+{
+    camera.refusal[VIDIOC_DQBUF] = ENODEV;
+    EXPECT_NE(runRounds(1).find("The camera was unplugged: the recording ends here\n"), std::string::npos);
+    EXPECT_EQ(getIsRecording(), 0);
+    EXPECT_NE(indexPosition(), 0u);
+}
+
+TEST_F(ActiveRecordingDeathTest, IsMadeWholeWhenTheProcessEnds)
+{
+    camera.refusal[UVCIOC_CTRL_QUERY] = EPIPE;
+    EXPECT_EXIT(setGain(3), testing::ExitedWithCode(255), "Failed to access extension unit, exiting... ");
+    EXPECT_NE(indexPosition(), 0u);
 }
 
 TEST(EndingDeathTest, WaitsForAFrameThatFailsFatallyItselfAndKeepsItsOwnStatus)
