@@ -62,7 +62,7 @@ int renameWithoutReplacing(const std::string& from, const std::string& to)
 std::string keepEarlierFile(const std::string& path)
 {
     struct stat status;
-    if (stat(path.c_str(), &status) != 0 || !S_ISREG(status.st_mode))
+    if (stat(path.c_str(), &status) != 0 || !S_ISREG(status.st_mode) || status.st_size == 0)
         return "";
     const std::string name = nameAfterChange(path, status.st_mtime);
     int n = 1, error = 0;

@@ -7,7 +7,7 @@
 /// Moves an earlier file out of the way: "recording.adv" becomes "recording-20240305-060708.adv", after the UTC time
 /// of its last change, with "-2", "-3" behind it where that exists. Nothing happens without such a file.
 ///
-/// @param path without directory or with one; what is not a regular file stays where it is.
+/// @param path without directory or with one; an empty file, or what is no regular file, stays where it is.
 /// @return empty, or why the file is still there.
 std::string keepEarlierFile(const std::string& path);
 

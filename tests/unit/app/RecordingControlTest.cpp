@@ -2,6 +2,7 @@
 
 #include "FrameProcessor.h"
 
+#include "camera_control.h"
 #include "device.h"
 #include "FrameDevice.h"
 #include "ObriVariables.h"
@@ -88,6 +89,19 @@ TEST_F(RecordingControl, NothingIsRecordedBeforeTheFirstFrame)
     EXPECT_EQ(saidBy([&] { processor.StartRecordingSingleFits(0); }), std::string("The FITS file") + sRefused);
     EXPECT_FALSE(processor.IsRecording());
     EXPECT_TRUE(std::filesystem::is_empty("."));
+}
+
+TEST_F(RecordingControl, NothingIsRecordedBetweenANewImageSizeAndItsFirstFrame)
+{
+    frames(1);
+    obriCam().w = 2 * sWidth; // chosen, but no frame has come
+    obriCam().h = sHeight;
+    EXPECT_EQ(saidBy([&] { processor.StartRecordingAdv(); }), std::string("The recording") + sRefused);
+    obriCam().w = sWidth;
+    processor.StartRecordingAdv();
+    EXPECT_TRUE(processor.IsRecording());
+    processor.StopRecording();
+    obriCam().w = obriCam().h = 0;
 }
 
 TEST_F(RecordingControl, AdvHoldsTheFramesBetweenStartAndStop)

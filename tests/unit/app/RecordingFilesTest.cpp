@@ -35,6 +35,9 @@ TEST_F(RecordingFiles, EarlierRecordingIsNamedAfterItsLastChange)
 TEST_F(RecordingFiles, WhatIsNoRecordingStays)
 {
     EXPECT_EQ(keepEarlierFile("recording.adv"), "");
+    writeFile("recording.adv", ""); // a start that failed leaves this
+    EXPECT_EQ(keepEarlierFile("recording.adv"), "");
+    EXPECT_TRUE(std::filesystem::remove("recording.adv"));
     std::filesystem::create_symlink("/dev/full", "recording.adv");
     EXPECT_EQ(keepEarlierFile("recording.adv"), "");
     EXPECT_TRUE(std::filesystem::is_symlink("recording.adv"));
