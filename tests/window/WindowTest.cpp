@@ -1,0 +1,186 @@
+#include "WindowTest.h"
+
+#include "FrameProcessor.h"
+#include "StreamStatus.h"
+
+#include <chrono>
+#include <gdkmm/general.h>
+#include <gdkmm/pixbuf.h>
+
+using Clock = std::chrono::steady_clock;
+
+namespace {
+
+CameraFake sCamera;
+
+void note(const char* name)
+{
+    sCamera.calls.push_back(name);
+}
+
+template <size_t N>
+struct SName {
+    char text[N];
+    constexpr SName(const char (&source)[N]) { std::copy_n(source, N, text); }
+};
+
+template <SName name>
+void noteInt(int value)
+{
+    sCamera.calls.push_back(std::string(name.text) + " " + std::to_string(value));
+}
+
+Gtk::Widget* findBelow(Gtk::Widget* widget, const std::string& id)
+{
+    const char* name = gtk_buildable_get_name(GTK_BUILDABLE(widget->gobj()));
+    if (name && id == name)
+        return widget;
+    if (auto* container = dynamic_cast<Gtk::Container*>(widget))
+        for (Gtk::Widget* child : container->get_children())
+            if (Gtk::Widget* found = findBelow(child, id))
+                return found;
+    return nullptr;
+}
+
+} // namespace
+
+WindowTest::WindowTest() : camera(sCamera), m_functions(functionTable())
+{
+    camera = {};
+    updateStreamStatus([](SStreamStatus& status) { status = {}; });
+    m_ownHistogram = std::make_unique<libobribase::Histogram>();
+    m_programsHistogram = std::exchange(m_histogram, m_ownHistogram.get());
+    window = std::make_unique<MainWindow>(&m_functions);
+    Glib::RefPtr<Gtk::Application>::cast_dynamic(Gio::Application::get_default())->add_window(*window);
+    window->present();
+    waitUntil([&] { return window->get_mapped(); });
+    letPass(0.1);
+}
+
+WindowTest::~WindowTest()
+{
+    window.reset();
+    m_histogram = m_programsHistogram;
+}
+
+SUiFunctions WindowTest::functionTable()
+{
+    SUiFunctions table{};
+    table.startStreaming = [] { note("startStreaming"); };
+    table.stopStreaming = [] { note("stopStreaming"); };
+    table.startRecordingAdv = [] { note("startRecordingAdv"); };
+    table.startRecordingFits = [] { note("startRecordingFits"); };
+    table.stopRecording = [] { note("stopRecording"); };
+    table.startRecordingSingleFits = noteInt<"startRecordingSingleFits">;
+    table.setResolution = [](int width, int height) {
+        sCamera.calls.push_back("setResolution " + std::to_string(width) + " " + std::to_string(height));
+    };
+    table.setExposureTime = noteInt<"setExposureTime">;
+    table.setGain = noteInt<"setGain">;
+    table.setHighGainMode = noteInt<"setHighGainMode">;
+    table.setBlackLevel = noteInt<"setBlackLevel">;
+    table.setInvertMode = noteInt<"setInvertMode">;
+    table.setFpnMode = noteInt<"setFpnMode">;
+    table.setFlipMode = noteInt<"setFlipMode">;
+    table.setShowPcTime = noteInt<"setShowPcTime">;
+    table.setOverlayMode = noteInt<"setOverlayMode">;
+    table.getIsStreaming = [] { return sCamera.streaming; };
+    table.getIsRecording = [] { return sCamera.recording; };
+    return table;
+}
+
+bool WindowTest::waitUntil(const std::function<bool()>& condition)
+{
+    const auto deadline = Clock::now() + std::chrono::seconds(5);
+    while (!condition()) {
+        if (Clock::now() > deadline)
+            return false;
+        if (!g_main_context_iteration(nullptr, FALSE))
+            g_usleep(1000);
+    }
+    return true;
+}
+
+void WindowTest::letPass(double seconds)
+{
+    const auto end = Clock::now() + std::chrono::duration<double>(seconds);
+    waitUntil([&] { return Clock::now() > end; });
+}
+
+Gtk::Widget* WindowTest::findWidget(const std::string& id)
+{
+    return findBelow(window.get(), id);
+}
+
+bool WindowTest::isEnabled(const char* action)
+{
+    return window->get_action_enabled(action);
+}
+
+void WindowTest::sendButton(Gtk::Widget& widget, GdkEventType type, double x, double y, guint button)
+{
+    GdkEvent* event = gdk_event_new(type);
+    event->button.window = GDK_WINDOW(g_object_ref(widget.get_window()->gobj()));
+    event->button.x = x;
+    event->button.y = y;
+    event->button.button = button;
+    gdk_event_set_device(event, gdk_seat_get_pointer(gdk_display_get_default_seat(gdk_display_get_default())));
+    gtk_main_do_event(event);
+    gdk_event_free(event);
+}
+
+void WindowTest::press(Gtk::Widget& widget, double x, double y, guint button)
+{
+    sendButton(widget, GDK_BUTTON_PRESS, x, y, button);
+}
+
+void WindowTest::release(Gtk::Widget& widget, double x, double y, guint button)
+{
+    sendButton(widget, GDK_BUTTON_RELEASE, x, y, button);
+}
+
+void WindowTest::move(Gtk::Widget& widget, double x, double y, guint heldButtons)
+{
+    GdkEvent* event = gdk_event_new(GDK_MOTION_NOTIFY);
+    event->motion.window = GDK_WINDOW(g_object_ref(widget.get_window()->gobj()));
+    event->motion.x = x;
+    event->motion.y = y;
+    event->motion.state = heldButtons;
+    gdk_event_set_device(event, gdk_seat_get_pointer(gdk_display_get_default_seat(gdk_display_get_default())));
+    gtk_main_do_event(event);
+    gdk_event_free(event);
+}
+
+void WindowTest::typeKey(guint key, GdkModifierType modifiers)
+{
+    GdkDisplay* display = gdk_display_get_default();
+    GdkKeymapKey* keys = nullptr;
+    gint count = 0;
+    ASSERT_TRUE(gdk_keymap_get_entries_for_keyval(gdk_keymap_get_for_display(display), key, &keys, &count));
+    for (const GdkEventType type : {GDK_KEY_PRESS, GDK_KEY_RELEASE}) {
+        GdkEvent* event = gdk_event_new(type);
+        event->key.window = GDK_WINDOW(g_object_ref(window->get_window()->gobj()));
+        event->key.keyval = key;
+        event->key.hardware_keycode = static_cast<guint16>(keys[0].keycode);
+        event->key.state = modifiers;
+        gdk_event_set_device(event, gdk_seat_get_keyboard(gdk_display_get_default_seat(display)));
+        gtk_main_do_event(event);
+        gdk_event_free(event);
+    }
+    g_free(keys);
+}
+
+std::vector<uint32_t> WindowTest::look(Gtk::Widget& widget, int width, int height)
+{
+    int x = 0, y = 0;
+    widget.translate_coordinates(*window, 0, 0, x, y);
+    const auto picture = Gdk::Pixbuf::create(window->get_window(), x, y, width, height);
+    std::vector<uint32_t> pixels;
+    for (int row = 0; row < height; ++row)
+        for (int column = 0; column < width; ++column) {
+            const guint8* p =
+                picture->get_pixels() + row * picture->get_rowstride() + column * picture->get_n_channels();
+            pixels.push_back(static_cast<uint32_t>(p[0]) << 16 | static_cast<uint32_t>(p[1]) << 8 | p[2]);
+        }
+    return pixels;
+}

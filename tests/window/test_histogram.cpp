@@ -1,0 +1,167 @@
+#include "FrameProcessor.h"
+#include "HistogramView.h"
+#include "SharedFlag.h"
+#include "WindowTest.h"
+
+#include <algorithm>
+#include <atomic>
+#include <cmath>
+#include <thread>
+
+using libobribase::Rect;
+using libobribase::SHistogramBins;
+
+namespace {
+
+/// A night: nearly all pixels in a narrow sky, stars a thousand times fewer.
+SHistogramBins darkSky()
+{
+    SHistogramBins counts;
+    counts.bins[0] = 5'000'000; // counts in neither maximum nor total
+    counts.bins[100] = counts.maxValue = 1'000'000;
+    counts.bins[600] = 1000;
+    counts.bins[900] = 1;
+    return counts;
+}
+
+double heightAt(const std::vector<SHistoPoint>& points, const Rect& plot, int bin)
+{
+    return plot.Y2() - points[static_cast<size_t>(bin) * plot.w / SHistogramBins::sCount].y;
+}
+
+TEST(HistogramCurve, ShowsStarsBesideTheSky)
+{
+    const Rect plot(12, 2, 12 + 512, 2 + 100);
+    std::vector<SHistoPoint> points;
+    computeHistoPoints(darkSky(), plot, points);
+    ASSERT_EQ(points.size(), 512u);
+    EXPECT_DOUBLE_EQ(heightAt(points, plot, 100), 100);
+    EXPECT_NEAR(heightAt(points, plot, 600), 50, 1) << "a thousandth of the peak is half as high";
+    EXPECT_GT(heightAt(points, plot, 900), 3) << "a single pixel is seen";
+    EXPECT_DOUBLE_EQ(heightAt(points, plot, 300), 0);
+    EXPECT_DOUBLE_EQ(heightAt(points, plot, 0), 100) << "beyond the maximum: cut at the top";
+}
+
+TEST(HistogramCurve, KeepsEveryBinAtAnyWidth)
+{
+    SHistogramBins counts;
+    counts.maxValue = 1;
+    for (const int width : {1, 7, 333, 1023, 1024, 2000}) {
+        const Rect plot(0, 0, width, 50);
+        for (const int bin : {0, 1, 511, 1022, 1023}) {
+            counts.bins = {};
+            counts.bins[static_cast<size_t>(bin)] = 1;
+            std::vector<SHistoPoint> points;
+            computeHistoPoints(counts, plot, points);
+            ASSERT_EQ(points.size(), static_cast<size_t>(width));
+            EXPECT_TRUE(std::any_of(points.begin(), points.end(), [](const SHistoPoint& p) { return p.y == 0; }))
+                << "bin " << bin << " of a plot " << width << " wide";
+        }
+    }
+}
+
+TEST(HistogramCurve, HasNoPointsWithoutRoom)
+{
+    std::vector<SHistoPoint> points;
+    computeHistoPoints(darkSky(), Rect(12, 2, 12, 2), points);
+    EXPECT_TRUE(points.empty());
+}
+
+class HistogramControl : public WindowTest {
+protected:
+    Gtk::DrawingArea& area() { return find<Gtk::DrawingArea>("ctlHistogram"); }
+    static double middleX(const Rect& box) { return box.x + box.w / 2.0; }
+    static double middleY(const Rect& box) { return box.y + box.h / 2.0; }
+    bool hasCursor() { return gdk_window_get_cursor(area().get_window()->gobj()) != nullptr; }
+    void fillBins(const SHistogramBins& counts)
+    {
+        auto* buffer = m_histogram->GetHistoBuffer();
+        std::copy(counts.bins.begin(), counts.bins.end(), reinterpret_cast<uint64_t*>(buffer->GetWriteBuffer()));
+        buffer->CommitWrite();
+        ASSERT_EQ(m_histogram->UpdateHistoBins(), 1);
+    }
+};
+
+TEST_F(HistogramControl, HandlesAreDraggedByThePointer)
+{
+    const Rect plot = m_histogram->GetPlotRect();
+    ASSERT_EQ(plot.w, area().get_width() - 24);
+    const Rect low = m_histogram->GetLowDragger().GetRect();
+    press(area(), middleX(low), middleY(low));
+    move(area(), plot.x + plot.w / 2.0, middleY(low));
+    EXPECT_NEAR(m_histogram->GetLowDragger().GetValue(), 32767, 65535.0 / plot.w);
+    move(area(), plot.x + plot.w / 4.0, middleY(low));
+    release(area(), plot.x + plot.w / 4.0, middleY(low));
+    EXPECT_NEAR(m_histogram->GetLowDragger().GetValue(), 16384, 65535.0 / plot.w);
+
+    const int value = m_histogram->GetLowDragger().GetValue();
+    move(area(), plot.x + plot.w / 2.0, middleY(low), 0);
+    EXPECT_EQ(m_histogram->GetLowDragger().GetValue(), value) << "let go";
+
+    const Rect mid = m_histogram->GetMidDragger().GetRect();
+    press(area(), middleX(mid), middleY(mid));
+    move(area(), middleX(mid), plot.y);
+    release(area(), middleX(mid), plot.y);
+    EXPECT_EQ(m_histogram->GetMidDragger().GetValue(), 65535);
+}
+
+TEST_F(HistogramControl, ClicksInThePlotSetTheBounds)
+{
+    const Rect plot = m_histogram->GetPlotRect();
+    const double y = plot.y + plot.h / 2.0;
+    press(area(), plot.x + plot.w / 4.0, y, 1);
+    release(area(), plot.x + plot.w / 4.0, y, 1);
+    press(area(), plot.x + plot.w / 2.0, y, 3);
+    release(area(), plot.x + plot.w / 2.0, y, 3);
+    EXPECT_NEAR(m_histogram->GetLowDragger().GetValue(), 16384, 65535.0 / plot.w);
+    EXPECT_NEAR(m_histogram->GetHighDragger().GetValue(), 32767, 65535.0 / plot.w);
+}
+
+TEST_F(HistogramControl, PresetsKeepTheirShareOfThePixels)
+{
+    SHistogramBins counts;
+    for (size_t bin = 1; bin <= 1000; ++bin)
+        counts.bins[bin] = 1000;
+    fillBins(counts);
+    // Half of what is left out goes to each side; a bin's bound is its number * 65535 / 1023.
+    const std::pair<const char*, std::pair<int, int>> cases[] = {
+        {"btnHisto95", {25, 975}}, {"btnHisto99", {5, 995}}, {"btnHisto999", {0, 999}}, {"btnHisto100", {0, 1023}}};
+    for (const auto& [id, bins] : cases) {
+        find<Gtk::Button>(id).clicked();
+        EXPECT_EQ(m_histogram->GetTitleString(),
+                  std::to_string(bins.first * 65535 / 1023) + " - " + std::to_string(bins.second * 65535 / 1023))
+            << id;
+    }
+}
+
+TEST_F(HistogramControl, CursorTellsWhatCanBeDragged)
+{
+    const Rect high = m_histogram->GetHighDragger().GetRect();
+    move(area(), middleX(high), middleY(high), 0);
+    EXPECT_TRUE(hasCursor());
+    move(area(), 5, area().get_height() / 4.0, 0); // the margin beside the plot
+    EXPECT_FALSE(hasCursor());
+}
+
+TEST_F(HistogramControl, ANewHistogramReachesTheScreen)
+{
+    SHistogramBins counts = darkSky();
+    fillBins(counts);
+    const Rect plot = m_histogram->GetPlotRect();
+    const int x = plot.x + 100 * plot.w / SHistogramBins::sCount, y = plot.Y2() - 20;
+    const auto pixel = [&] {
+        const int width = area().get_width();
+        return look(area(), width, area().get_height())[static_cast<size_t>(y) * width + x];
+    };
+    const uint32_t before = pixel();
+    // As the streaming thread does it, faster than anything can be drawn.
+    libobribase::storeShared(m_updateHistogram, 1);
+    std::thread streaming([&] {
+        for (int frame = 0; frame < 10'000; ++frame)
+            window->invalidateHistogram();
+    });
+    streaming.join();
+    EXPECT_TRUE(waitUntil([&] { return pixel() != before; }));
+}
+
+} // namespace

@@ -1,0 +1,187 @@
+#include "RenderPreview.h"
+#include "WindowTest.h"
+
+#include <atomic>
+#include <chrono>
+#include <gtkmm/scrolledwindow.h>
+#include <random>
+#include <thread>
+
+using Clock = std::chrono::steady_clock;
+
+namespace {
+
+class Preview : public WindowTest {
+protected:
+    Preview()
+    {
+        window->resize(2180, 1680);
+        waitUntil([&] { return window->get_width() >= 2100; });
+        letPass(0.2);
+    }
+    Gtk::GLArea& area() { return find<Gtk::GLArea>("glDrawingArea"); }
+
+    /// No two neighbours alike, so that a picture moved or stretched by a pixel differs everywhere.
+    static std::vector<uint32_t> noise(int width, int height, unsigned seed)
+    {
+        std::mt19937 random(seed);
+        std::vector<uint32_t> pixels(static_cast<size_t>(width) * height);
+        for (auto& pixel : pixels)
+            pixel = random() & 0xFFFFFF;
+        return pixels;
+    }
+    void show(std::vector<uint32_t>& image, int width)
+    {
+        window->renderPreviewFrame(image.data(), width, static_cast<int>(image.size()) / width);
+    }
+    bool isShown(const std::vector<uint32_t>& image, int width)
+    {
+        const int height = static_cast<int>(image.size()) / width;
+        return waitUntil([&] {
+            letPass(0.02);
+            return area().get_width() == width && area().get_height() == height && look(area(), width, height) == image;
+        });
+    }
+};
+
+TEST_F(Preview, EverySizeIsOnTheScreenPixelForPixel)
+{
+    const std::pair<int, int> sizes[] = {{816, 620}, {1624, 1240}, {1624, 128}, {176, 128}, {408, 310}, {816, 620}};
+    for (const auto& [width, height] : sizes) {
+        auto image = noise(width, height, static_cast<unsigned>(width));
+        show(image, width);
+        EXPECT_TRUE(isShown(image, width)) << width << " x " << height;
+        auto next = noise(width, height, 7);
+        show(next, width);
+        EXPECT_TRUE(isShown(next, width)) << "second image of " << width << " x " << height;
+    }
+}
+
+TEST_F(Preview, TheLastImageOfAStreamIsTheOneLeftOnTheScreen)
+{
+    std::vector<uint32_t> last;
+    std::thread streaming([&] {
+        for (unsigned frame = 0; frame < 300; ++frame) {
+            last = noise(176, 128, frame);
+            show(last, 176);
+        }
+    });
+    streaming.join();
+    EXPECT_TRUE(isShown(last, 176));
+}
+
+/// A window that stands still must not cost a frame: the stream would lose what the camera sends meanwhile.
+TEST_F(Preview, StreamGoesOnWhileTheWindowStandsStill)
+{
+    constexpr auto sStall = std::chrono::seconds(3);
+    constexpr auto sPeriod = std::chrono::milliseconds(2);
+    Clock::duration longest{};
+    int frames = 0;
+    auto image = noise(176, 128, 1);
+    std::thread streaming([&] {
+        const auto begin = Clock::now();
+        for (auto now = begin; now < begin + sStall; now = Clock::now()) {
+            show(image, 176);
+            window->invalidateHistogram();
+            longest = std::max(longest, Clock::now() - now);
+            ++frames;
+            std::this_thread::sleep_until(now + sPeriod);
+        }
+    });
+    std::this_thread::sleep_for(sStall); // the main loop does not run
+    streaming.join();
+    EXPECT_LT(longest, std::chrono::milliseconds(500));
+    EXPECT_GT(frames, 300) << "of 1500, on a busy machine";
+    EXPECT_TRUE(isShown(image, 176));
+}
+
+TEST_F(Preview, NothingIsDrawnWhileNothingChanges)
+{
+    auto image = noise(408, 310, 3);
+    show(image, 408);
+    ASSERT_TRUE(isShown(image, 408));
+    int drawn = 0;
+    area().signal_draw().connect(
+        [&](const Cairo::RefPtr<Cairo::Context>&) {
+            ++drawn;
+            return false;
+        },
+        false);
+    letPass(0.6);
+    EXPECT_EQ(drawn, 0);
+    show(image, 408);
+    EXPECT_TRUE(waitUntil([&] { return drawn == 1; }));
+}
+
+TEST_F(Preview, ImagesBeyondTheTextureAreRefused)
+{
+    auto image = noise(408, 310, 3);
+    show(image, 408);
+    ASSERT_TRUE(isShown(image, 408));
+    std::vector<uint32_t> wide(2049 * 2);
+    testing::internal::CaptureStderr();
+    show(wide, 2049);
+    EXPECT_NE(testing::internal::GetCapturedStderr().find("2049 x 2 refused"), std::string::npos);
+    window->renderPreviewFrame(nullptr, 408, 310);
+    letPass(0.2);
+    EXPECT_TRUE(isShown(image, 408));
+}
+
+TEST_F(Preview, ComesBackAfterItsAreaWasUnrealised)
+{
+    auto image = noise(816, 620, 5);
+    show(image, 816);
+    ASSERT_TRUE(isShown(image, 816));
+    area().hide();
+    gtk_widget_unrealize(GTK_WIDGET(area().gobj()));
+    show(image, 816); // dropped: there is no texture
+    letPass(0.1);
+    area().show();
+    waitUntil([&] { return area().get_realized(); });
+    auto next = noise(816, 620, 6);
+    show(next, 816);
+    EXPECT_TRUE(isShown(next, 816));
+}
+
+TEST(RenderPreviewGeometry, RotatesAboutItsAxes)
+{
+    float m[16];
+    compute_mvp(m, 0, 0, 0);
+    for (int i = 0; i < 16; ++i)
+        EXPECT_EQ(m[i], i % 5 == 0 ? 1 : 0) << i;
+    compute_mvp(m, 30, 45, 60); // cosines and sines: 0.866 0.5, 0.707 0.707, 0.5 0.866
+    const float expected[16] = {0.3536f, -0.6124f, 0.7071f, 0, 0.9268f, 0.1268f, -0.3536f, 0,
+                                0.1268f, 0.7803f,  0.6124f, 0, 0,       0,       0,        1};
+    for (int i = 0; i < 16; ++i)
+        EXPECT_NEAR(m[i], expected[i], 1e-3) << i;
+}
+
+/// Runs on contexts that the environment chooses for the whole process.
+class PreviewOnOtherGl : public Preview {};
+
+TEST_F(PreviewOnOtherGl, EsShowsTheGradient)
+{
+    auto image = noise(408, 310, 1);
+    show(image, 408);
+    ASSERT_TRUE(waitUntil([&] { return area().get_width() == 408 && area().get_height() == 310; }));
+    letPass(0.3);
+    const auto pixels = look(area(), 408, 310);
+    const auto green = [&](int row) { return pixels[static_cast<size_t>(row) * 408] >> 8 & 0xFF; };
+    EXPECT_NEAR(green(309), 0.85 * 255, 2) << "the bottom row";
+    EXPECT_NEAR(green(60), (0.85 + (0.2 - 0.85) * 249.5 / 500) * 255, 2) << "249 rows above it";
+    for (size_t column = 1; column < 408; ++column)
+        ASSERT_EQ(pixels[column], pixels[0]);
+}
+
+TEST_F(PreviewOnOtherGl, SaysWhyThereIsNoPicture)
+{
+    GError* error = gtk_gl_area_get_error(area().gobj()); // GTK writes it where the picture would be
+    ASSERT_TRUE(error);
+    EXPECT_EQ(std::string(error->message).find("No preview: "), 0u) << error->message;
+    auto image = noise(408, 310, 1);
+    show(image, 408);
+    letPass(0.3);
+    EXPECT_TRUE(window->get_mapped());
+}
+
+} // namespace

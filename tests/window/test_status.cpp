@@ -1,0 +1,140 @@
+#include "Log.h"
+#include "StatusViewTexts.h"
+#include "WindowTest.h"
+
+#include <filesystem>
+#include <fstream>
+
+using testing::HasSubstr;
+
+namespace {
+
+constexpr uint64_t sGigabyte = 1'000'000'000;
+
+SStreamStatus streamingStatus()
+{
+    SStreamStatus status;
+    status.cameraConnected = status.streaming = status.timeValid = status.temperatureValid = true;
+    status.cameraName = "OBRI+CAM 42";
+    status.framesSeen = 1234;
+    status.framesLost = 2;
+    status.overlayErrors = 1;
+    status.fixState = 3;
+    status.satellites = 9;
+    status.temperature = -7;
+    return status;
+}
+
+SStreamStatus recordingStatus()
+{
+    SStreamStatus status = streamingStatus();
+    status.recording.active = true;
+    status.recording.format = "ADV";
+    status.recording.file = "recording.adv";
+    status.recording.frames = 1200;
+    status.recording.framesLost = 1;
+    status.recording.seconds = 95.4;
+    status.recording.bytesWritten = 4 * sGigabyte;
+    status.recording.bytesPerSecond = 50e6;
+    return status;
+}
+
+SDiskRoom room(uint64_t freeBytes, uint64_t limit = 0)
+{
+    return {true, freeBytes, limit};
+}
+
+TEST(StatusTexts, BeginAsPlaceholdersAndThenTellTheTruth)
+{
+    const SStreamStatus none;
+    EXPECT_EQ(cameraText(none), "Not connected");
+    EXPECT_EQ(gpsText(none), "Status");
+    EXPECT_EQ(countersText(none), "Error counter");
+    SStreamStatus status = streamingStatus();
+    EXPECT_EQ(cameraText(status), "OBRI+CAM 42");
+    EXPECT_EQ(gpsText(status), "GPS fix, 9 satellites, -7 °C");
+    EXPECT_EQ(countersText(status), "1234 frames, 2 lost,\n1 overlay error");
+    status.fixState = 0;
+    status.satellites = 1;
+    status.temperatureValid = false;
+    EXPECT_EQ(gpsText(status), "No GPS fix, 1 satellite");
+    status.fixState = 1;
+    EXPECT_EQ(gpsText(status), "GPS fix incomplete (1), 1 satellite");
+}
+
+TEST(StatusTexts, ARecordingSaysHowLongItCanGoOn)
+{
+    const auto status = recordingStatus();
+    EXPECT_EQ(recordingText(status.recording, room(90 * sGigabyte)),
+              "recording.adv: 1200 frames, 95 s, 1 lost, 90.0 GB free, 30 min left");
+    EXPECT_THAT(recordingText(status.recording, room(90 * sGigabyte, 5 * sGigabyte)), HasSubstr("less than a minute"))
+        << "the file may grow by 1 GB only";
+    EXPECT_THAT(recordingText(status.recording, room(9000 * sGigabyte)), HasSubstr("50 hours left"));
+    EXPECT_EQ(recordingText(status.recording, SDiskRoom{}), "recording.adv: 1200 frames, 95 s, 1 lost");
+    EXPECT_THAT(totalsText(status.recording), HasSubstr("recording.adv, 1200 frames in 95.4 s, 1 lost"));
+}
+
+TEST(StatusTexts, WarnOfWhatEndangersARecordingOnly)
+{
+    auto status = recordingStatus();
+    EXPECT_EQ(warningText(status, room(90 * sGigabyte)), "");
+    EXPECT_EQ(warningText(status, room(12 * sGigabyte)), "Disk space is short: 4 min left");
+    EXPECT_EQ(warningText(status, room(90 * sGigabyte, 7 * sGigabyte)), "The file size limit is near: 1 min left");
+    status.timeValid = false;
+    EXPECT_EQ(warningText(status, room(90 * sGigabyte)), "Camera time is not valid");
+    EXPECT_EQ(warningText(status, room(12 * sGigabyte)), "Disk space is short: 4 min left; Camera time is not valid");
+    status.recording.format = "FITS-Sequence"; // a file for each frame: the limit is far
+    EXPECT_EQ(warningText(status, room(90 * sGigabyte, 7 * sGigabyte)), "Camera time is not valid");
+    status.recording.active = false;
+    EXPECT_THAT(warningText(status, room(sGigabyte)), HasSubstr("Disk space is short: 1.0 GB free"));
+    EXPECT_EQ(warningText(SStreamStatus{}, room(90 * sGigabyte)), "") << "no frame yet, no time to be valid";
+}
+
+class Status : public WindowTest {
+protected:
+    static void become(const SStreamStatus& wanted)
+    {
+        updateStreamStatus([&](SStreamStatus& status) { status = wanted; });
+    }
+    bool says(const char* id, const std::string& text)
+    {
+        return waitUntil([&] { return find<Gtk::Label>(id).get_text().raw().find(text) != std::string::npos; });
+    }
+};
+
+TEST_F(Status, LabelsFollowTheCamera)
+{
+    EXPECT_TRUE(says("lblCamera", "Not connected"));
+    EXPECT_TRUE(says("lblStatus", "Status"));
+    EXPECT_TRUE(says("lblErrorCounter", "Error counter"));
+    become(streamingStatus());
+    EXPECT_TRUE(says("lblCamera", "OBRI+CAM 42"));
+    EXPECT_TRUE(says("lblStatus", "9 satellites"));
+    EXPECT_TRUE(says("lblErrorCounter", "1 overlay error"));
+}
+
+TEST_F(Status, ARecordingIsSeenAndItsTotalsAreLogged)
+{
+    const auto folder = std::filesystem::temp_directory_path() / ("obri-status-" + std::to_string(getpid()));
+    const auto before = std::filesystem::current_path();
+    std::filesystem::create_directories(folder);
+    std::filesystem::current_path(folder);
+    libobribase::logOpen("/tmp", '/');
+
+    auto status = recordingStatus();
+    become(status);
+    EXPECT_TRUE(says("lblRecording", "recording.adv: 1200 frames"));
+    status.recording.active = false;
+    become(status);
+    EXPECT_TRUE(says("lblRecording", "Not recording"));
+
+    libobribase::logClose();
+    std::string log;
+    for (const auto& file : std::filesystem::directory_iterator(folder))
+        std::getline(std::ifstream(file.path()), log, '\0');
+    EXPECT_THAT(log, HasSubstr("I Recording ended: recording.adv, 1200 frames in 95.4 s, 1 lost"));
+    std::filesystem::current_path(before);
+    std::filesystem::remove_all(folder);
+}
+
+} // namespace
