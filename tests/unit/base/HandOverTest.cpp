@@ -41,9 +41,11 @@ TEST(ThreadSafeDoubleBuffer, BlocksArriveWholeFromAnotherThread)
             buffer.CommitWrite();
         }
     });
-    for (int blocks = 0; blocks < 200;) {
-        if (!buffer.AtomicRead())
+    for (int blocks = 0; blocks < 100;) {
+        if (!buffer.AtomicRead()) {
+            std::this_thread::yield();
             continue;
+        }
         ++blocks;
         const uint8_t* copy = buffer.GetReadBuffer();
         ASSERT_TRUE(std::all_of(copy, copy + 4096, [&](uint8_t b) { return b == copy[0]; }));
@@ -65,7 +67,7 @@ TEST(TripleBuffer, NewestIsWholeStaysPutAndNeverGoesBack)
             buffer.publish();
         }
     });
-    for (int reads = 0, last = 0; reads < 20000; ++reads) {
+    for (int reads = 0, last = 0; reads < 1000; ++reads) {
         const SPair& newest = buffer.newest();
         const int first = newest.first;
         std::this_thread::yield();
