@@ -1,10 +1,12 @@
 #include "FrameProcessing.h"
 
+#include "PixelColour.h"
 #include "PixelKernels.h"
 #include "ZoneMatrix.h"
 
 #include <algorithm>
 #include <cstddef>
+#include <optional>
 
 namespace libobribase {
 
@@ -95,14 +97,70 @@ private:
     int m_begin, m_end;
 };
 
-void addUp(const SHistogramTables& tables, uint64_t* bins)
-{
-    for (int bin = 0; bin < sHistogramBins; ++bin) {
-        bins[bin] = 0;
-        for (const auto& counts : tables.counts)
-            bins[bin] += counts[bin];
+/// How the rows of one preview become colours.
+class PreviewRows {
+public:
+    struct SOptions {
+        int width, height;
+        const uint32_t* curve;
+        const ZoneMatrix* zones; ///< null: none are shown
+        bool showOverflow, inverted;
+        int left;                  ///< the first column that is not plain grey
+        int textWidth, textHeight; ///< the corner without marks
+    };
+
+    PreviewRows(const SOptions& options, uint64_t* bins)
+        : m_options(options), m_kernels(pixelKernels()), m_histogram(bins)
+    {
+        if (int64_t{options.width} * options.height >= sLargeFrame && options.width <= SampleColours::sLongestRun)
+            m_samples.emplace(options.curve, options.showOverflow && !options.zones, options.inverted);
     }
-}
+
+    void paint(int row, const uint16_t* pixels, uint32_t* rgb)
+    {
+        const int left = m_options.left;
+        m_kernels.grey(pixels, rgb, left);
+        const bool isMarked = colour(row, pixels + left, rgb + left);
+        if (m_options.zones)
+            ZoneRow(*m_options.zones, row, rgb, left, m_options.width).draw();
+        else if (m_options.showOverflow && !isMarked)
+            mark(row, pixels, rgb);
+    }
+
+    void finish() { m_histogram.addUp(); }
+
+private:
+    // Pixels from which on a table of sample colours pays.
+    static constexpr int64_t sLargeFrame = 1 << 18;
+
+    bool hasText(int row) const { return row < m_options.textHeight; }
+    bool isCounted(int row) const { return row > sRowsNotCounted && row < m_options.height - sRowsNotCounted; }
+
+    /// Colours the pixels right of the grey ones; returns whether with the marks for overflow.
+    bool colour(int row, const uint16_t* pixels, uint32_t* rgb)
+    {
+        const int count = m_options.width - m_options.left;
+        PixelHistogram* histogram = isCounted(row) ? &m_histogram : nullptr;
+        // The text's corner has no marks, and corrected pixels are more than samples.
+        if (m_samples && !hasText(row) && m_samples->colourPixels(pixels, rgb, count, histogram))
+            return true;
+        colourPixels(pixels, rgb, count, m_options.curve, histogram);
+        return false;
+    }
+
+    void mark(int row, const uint16_t* pixels, uint32_t* rgb) const
+    {
+        const int firstMarked = hasText(row) ? std::max(m_options.left, m_options.textWidth) : m_options.left;
+        if (firstMarked < m_options.width)
+            m_kernels.markOverflow(pixels + firstMarked, rgb + firstMarked, m_options.width - firstMarked,
+                                   m_options.inverted);
+    }
+
+    SOptions m_options;
+    const SPixelKernels& m_kernels;
+    std::optional<SampleColours> m_samples;
+    PixelHistogram m_histogram;
+};
 
 } // namespace
 
@@ -125,32 +183,27 @@ void FrameProcessing::CreatePreview(BinaryOverlay*, ZoneMatrix* zones, uint32_t*
                                     int rawRowsAtBottom, int rawColumnsAtLeft, int profileHighByte, int invertedMode,
                                     int skipTextArea, int showOverflow)
 {
-    const SPixelKernels& kernels = pixelKernels();
     const int endRow = m_height - std::clamp(rawRowsAtBottom, 0, m_height);
     const int left = std::clamp(rawColumnsAtLeft, 0, m_width);
-    const bool showZones = zones && zones->isEnabled();
-    SHistogramTables tables;
-
-    for (int row = 0; row < endRow; ++row) {
-        const uint16_t* pixels = m_frame + ptrdiff_t{row} * m_width;
-        uint32_t* colours = rgb + ptrdiff_t{row} * m_width;
-        kernels.grey(pixels, colours, left);
-        if (row > sRowsNotCounted && row < m_height - sRowsNotCounted)
-            kernels.colourAndCount(pixels + left, colours + left, m_width - left, transferCurve, tables);
+    PreviewRows rows({.width = m_width,
+                      .height = m_height,
+                      .curve = transferCurve,
+                      .zones = zones && zones->isEnabled() ? zones : nullptr,
+                      .showOverflow = showOverflow != 0,
+                      .inverted = invertedMode != 0,
+                      .left = left,
+                      .textWidth = skipTextArea ? m_textWidth : 0,
+                      .textHeight = skipTextArea ? m_textHeight : 0},
+                     histoBins);
+    for (int row = 0; row < m_height; ++row) {
+        const ptrdiff_t at = ptrdiff_t{row} * m_width;
+        if (row < endRow)
+            rows.paint(row, m_frame + at, rgb + at);
         else
-            kernels.colour(pixels + left, colours + left, m_width - left, transferCurve);
-        if (showZones) {
-            ZoneRow(*zones, row, colours, left, m_width).draw();
-        } else if (showOverflow) {
-            const bool keepsText = skipTextArea && row < m_textHeight;
-            const int begin = std::min(keepsText ? std::max(left, m_textWidth) : left, m_width);
-            kernels.markOverflow(pixels + begin, colours + begin, m_width - begin, invertedMode != 0);
-        }
+            pixelKernels().grey(m_frame + at, rgb + at, m_width);
     }
-    for (int row = endRow; row < m_height; ++row)
-        kernels.grey(m_frame + ptrdiff_t{row} * m_width, rgb + ptrdiff_t{row} * m_width, m_width);
 
-    addUp(tables, histoBins);
+    rows.finish();
     fillProfile(profile, profileX, profileY, endRow, left, profileHighByte);
 }
 

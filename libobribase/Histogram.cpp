@@ -30,17 +30,6 @@ uint64_t tailCount(uint64_t total, double percent)
     return static_cast<uint64_t>(static_cast<double>(total) * outside / 200);
 }
 
-// The first value from begin on, end at the latest, at which a rising curve has passed a level that begin is on.
-template <class Curve>
-int firstAbove(int level, int begin, int end, Curve levelAt)
-{
-    while (end - begin > 1) {
-        const int middle = begin + (end - begin) / 2;
-        (levelAt(middle) > level ? end : begin) = middle;
-    }
-    return end;
-}
-
 } // namespace
 
 Histogram::Histogram()
@@ -94,22 +83,15 @@ void Histogram::UpdateTransform()
     const int lo = lowDragger.GetValue(), hi = highDragger.GetValue();
     const double g = 0.25 + static_cast<double>(midDragger.GetValue()) / midDragger.maxValue * 0.5;
     const double linear = 4 * g - 1, square = 2 - 4 * g;
-    const auto levelAt = [=](int v) {
-        const double t = static_cast<double>(v - lo) / (hi - lo);
-        return static_cast<int>(255 * std::clamp(linear * t + square * (t * t), 0.0, 1.0));
-    };
 
     Transform& table = transform.writeSlot();
     std::fill(table.begin(), table.begin() + lo + 1, grey(0));
-    std::fill(table.begin() + std::max(lo + 1, hi), table.end(), grey(255));
-    // The curve only rises, so a grey is one run of values: looking for the ends of its runs is faster than
-    // computing every value.
-    for (int v = lo + 1; v < hi;) {
-        const int level = levelAt(v);
-        const int end = firstAbove(level, v, hi, levelAt);
-        std::fill(table.begin() + v, table.begin() + end, grey(static_cast<uint32_t>(level)));
-        v = end;
+    for (int v = lo + 1; v < hi; ++v) {
+        const double t = static_cast<double>(v - lo) / (hi - lo);
+        const double y = std::clamp(linear * t + square * (t * t), 0.0, 1.0);
+        table[static_cast<size_t>(v)] = grey(static_cast<uint32_t>(static_cast<int>(255 * y)));
     }
+    std::fill(table.begin() + std::max(lo + 1, hi), table.end(), grey(255));
 
     transferCurve[0] = 0;
     for (size_t i = 1; i < transferCurve.size(); ++i)

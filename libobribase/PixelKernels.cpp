@@ -6,14 +6,10 @@
 
 namespace libobribase {
 
-const SPixelKernels& sse2PixelKernels();
-const SPixelKernels& avx2PixelKernels();
-
 namespace {
 
-constexpr SPixelKernels sPortable{"portable",          plainDecodeUnpacked, plainDecodePacked, plainSumWithin,
-                                  plainIsZero,         plainCorrect,        plainGrey,         plainColour,
-                                  plainColourAndCount, plainMarkOverflow};
+constexpr SPixelKernels sPortable{"portable",   plainDecodeUnpacked, plainDecodePacked, plainSumWithin,   plainIsZero,
+                                  plainCorrect, plainGrey,           plainToSamples,    plainMarkOverflow};
 
 std::vector<const SPixelKernels*> availableLevels()
 {

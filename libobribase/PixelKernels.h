@@ -20,19 +20,6 @@ struct SPixelCorrection {
     uint16_t flatScale;    ///< 0: no flat
 };
 
-// Pixel values from which on a pixel counts as overflowing, bright or, in inverted images, dark.
-constexpr int sYellowAbove = 58981, sRedAbove = 64224;
-constexpr int sYellowBelow = 6555, sRedBelow = 1312;
-
-/// Counts of 64 pixel values each, in tables that take turns: an increment would otherwise wait for the store of the
-/// one before whenever neighbours are alike. The tables do not lie a multiple of 4096 bytes apart, because then the
-/// processor takes the bins of one for those of another.
-struct SHistogramTables {
-    static constexpr int sTables = 4;
-    static constexpr int sBins = 1024;
-    uint32_t counts[sTables][sBins + 16] = {};
-};
-
 /// The loops over pixels, at one instruction level of the processor.
 ///
 /// All levels give the same bits. Pointers need no alignment; a run holds at most sMaxRun pixels, and may be empty.
@@ -47,21 +34,24 @@ struct SPixelKernels {
     uint64_t (*decodePacked)(const uint8_t* raw, uint16_t* pixels, int count);
     /// Sums up the pixels in low..high, both inclusive.
     SPixelSum (*sumWithin)(const uint16_t* pixels, int count, uint16_t low, uint16_t high);
-    /// Whether all pixels are 0; returns early when the first ones are not.
+    /// Whether all pixels are 0; returns early when one of the first is not.
     bool (*isZero)(const uint16_t* pixels, int count);
     /// Corrects pixels in place. flat is read only when there is a flat scale.
     void (*correct)(uint16_t* pixels, const uint16_t* dark, const uint16_t* flat, int count,
                     const SPixelCorrection& correction);
     /// Shows the pixels' high bytes as greys 0x00RRGGBB.
     void (*grey)(const uint16_t* pixels, uint32_t* rgb, int count);
-    /// Looks the pixels' colours up in a table of 65536.
-    void (*colour)(const uint16_t* pixels, uint32_t* rgb, int count, const uint32_t* colours);
-    /// The same, and counts the pixels.
-    void (*colourAndCount)(const uint16_t* pixels, uint32_t* rgb, int count, const uint32_t* colours,
-                           SHistogramTables& tables);
-    /// Marks the colours of overflowing pixels: the bright ones, or in an inverted image the dark ones.
+    /// Takes pixels to the camera's 12-bit samples, and says whether none had any of the four bits that get lost.
+    bool (*toSamples)(const uint16_t* pixels, uint16_t* samples, int count);
+    /// Gives the colours of count pixels the marks of markedColour.
     void (*markOverflow)(const uint16_t* pixels, uint32_t* rgb, int count, bool inverted);
 };
+
+#if defined(__x86_64__)
+const SPixelKernels& sse2PixelKernels();
+/// Only on processors that have AVX2.
+const SPixelKernels& avx2PixelKernels();
+#endif
 
 /// The levels that this processor has, the plainest first.
 const std::vector<const SPixelKernels*>& pixelLevels();

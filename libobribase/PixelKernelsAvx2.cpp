@@ -67,14 +67,12 @@ struct SAvx2 {
         return _mm256_inserti128_si256(_mm256_castsi128_si256(first), _mm_srli_si128(second, 4), 1);
     }
 
+    /// The lanes' sum, of 32-bit numbers without sign.
     static uint64_t sum32(Word a)
     {
-        uint32_t lanes[8];
-        store(lanes, a);
-        uint64_t sum = 0;
-        for (const uint32_t lane : lanes)
-            sum += lane;
-        return sum;
+        const Word fours = _mm256_add_epi64(_mm256_unpacklo_epi32(a, zero()), _mm256_unpackhi_epi32(a, zero()));
+        const __m128i pairs = _mm_add_epi64(_mm256_castsi256_si128(fours), _mm256_extracti128_si256(fours, 1));
+        return static_cast<uint64_t>(_mm_cvtsi128_si64(_mm_add_epi64(pairs, _mm_unpackhi_epi64(pairs, pairs))));
     }
     static uint32_t sum16(Word a)
     {

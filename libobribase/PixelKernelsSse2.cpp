@@ -58,11 +58,11 @@ struct SSse2 {
         return _mm_unpacklo_epi64(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(raw)), _mm_cvtsi32_si128(last));
     }
 
+    /// The lanes' sum, of 32-bit numbers without sign.
     static uint64_t sum32(Word a)
     {
-        uint32_t lanes[4];
-        store(lanes, a);
-        return uint64_t{lanes[0]} + lanes[1] + lanes[2] + lanes[3];
+        const Word pairs = _mm_add_epi64(_mm_unpacklo_epi32(a, zero()), _mm_unpackhi_epi32(a, zero()));
+        return static_cast<uint64_t>(_mm_cvtsi128_si64(_mm_add_epi64(pairs, _mm_unpackhi_epi64(pairs, pairs))));
     }
     static uint32_t sum16(Word a)
     {

@@ -226,6 +226,20 @@ void grey(const uint16_t* pixels, uint32_t* rgb, int count)
     });
 }
 
+template <class V>
+bool toSamples(const uint16_t* pixels, uint16_t* samples, int count)
+{
+    if (count < V::sPixels)
+        return plainToSamples(pixels, samples, count);
+    auto found = V::zero();
+    forEachRegister<V>(count, [&](int i) {
+        const auto p = V::load(pixels + i);
+        found = V::either(found, p);
+        V::store(samples + i, V::template shiftRight<4>(p));
+    });
+    return V::isZero(V::both(found, V::all(0x000F)));
+}
+
 /// Bright pixels lose blue, the brightest green too.
 template <class V>
 void markBright(const uint16_t* pixels, uint32_t* rgb)
@@ -272,8 +286,8 @@ void markOverflow(const uint16_t* pixels, uint32_t* rgb, int count, bool inverte
 template <class V>
 constexpr SPixelKernels vectorKernels(const char* name)
 {
-    return {name,       decodeUnpacked<V>, decodePacked<V>, sumWithin<V>,        isZero<V>,
-            correct<V>, grey<V>,           plainColour,     plainColourAndCount, markOverflow<V>};
+    return {name,       decodeUnpacked<V>, decodePacked<V>, sumWithin<V>,   isZero<V>,
+            correct<V>, grey<V>,           toSamples<V>,    markOverflow<V>};
 }
 
 } // namespace

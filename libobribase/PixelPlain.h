@@ -1,5 +1,6 @@
 #pragma once
 
+#include "PixelColour.h"
 #include "PixelKernels.h"
 
 // The loops over pixels in portable code: one level of their own, and the ends of rows in the vector levels. The
@@ -117,26 +118,14 @@ inline void plainGrey(const uint16_t* pixels, uint32_t* rgb, int count)
         rgb[i] = (pixels[i] >> 8) * 0x010101u;
 }
 
-inline void plainColour(const uint16_t* pixels, uint32_t* rgb, int count, const uint32_t* colours)
+inline bool plainToSamples(const uint16_t* pixels, uint16_t* samples, int count)
 {
-    for (int i = 0; i < count; ++i)
-        rgb[i] = colours[pixels[i]];
-}
-
-inline void plainColourAndCount(const uint16_t* pixels, uint32_t* rgb, int count, const uint32_t* colours,
-                                SHistogramTables& tables)
-{
+    unsigned found = 0;
     for (int i = 0; i < count; ++i) {
-        rgb[i] = colours[pixels[i]];
-        ++tables.counts[i % SHistogramTables::sTables][pixels[i] >> 6];
+        samples[i] = static_cast<uint16_t>(pixels[i] >> 4);
+        found |= pixels[i];
     }
-}
-
-inline uint32_t markedColour(uint32_t colour, int pixel, bool inverted)
-{
-    if (inverted)
-        return pixel < sRedBelow ? colour | 0xFF0000 : pixel < sYellowBelow ? colour | 0xFFFF00 : colour;
-    return pixel > sRedAbove ? colour & 0xFF0000 : pixel > sYellowAbove ? colour & 0xFFFF00 : colour;
+    return (found & 0x000F) == 0;
 }
 
 inline void plainMarkOverflow(const uint16_t* pixels, uint32_t* rgb, int count, bool inverted)

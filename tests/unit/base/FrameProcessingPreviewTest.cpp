@@ -120,6 +120,28 @@ TEST_P(Preview, EqualsTheReference)
     }
 }
 
+TEST_P(Preview, OfLargeFramesOfSamplesEqualsTheReference)
+{
+    // Large frames take their colours from a table of samples, but for rows with more than 12 bits to a pixel.
+    for (const auto [width, height] : {std::array{521, 509}, {4099, 65}}) {
+        makeFrame(width, height);
+        ZoneMatrix zones(width, height);
+        zones.setEnabled(true);
+        for (size_t i = 0; i < m_pixels.size(); ++i)
+            if (i < m_pixels.size() / 2 || i % 5000 > 0)
+                m_pixels[i] &= 0xFFF0;
+        for (int mode = 0; mode < 8; ++mode) {
+            const SOptions options{.rawColumns = mode & 1,
+                                   .inverted = mode & 1,
+                                   .skipText = 1,
+                                   .showOverflow = mode & 2,
+                                   .zones = mode & 4 ? &zones : nullptr};
+            const SResult result = made(options, mode & 1);
+            ASSERT_EQ(result, expected(options, mode & 1)) << width << " x " << height << ", mode " << mode;
+        }
+    }
+}
+
 TEST_P(Preview, DrawsZonesAsTheReference)
 {
     for (const auto [width, height] : {std::array{64, 64}, {200, 130}, {63, 65}, {333, 300}})

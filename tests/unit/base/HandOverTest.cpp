@@ -41,11 +41,9 @@ TEST(ThreadSafeDoubleBuffer, BlocksArriveWholeFromAnotherThread)
             buffer.CommitWrite();
         }
     });
-    for (int blocks = 0; blocks < 100;) {
-        if (!buffer.AtomicRead()) {
-            std::this_thread::yield();
+    for (int blocks = 0; blocks < 200;) {
+        if (!buffer.AtomicRead())
             continue;
-        }
         ++blocks;
         const uint8_t* copy = buffer.GetReadBuffer();
         ASSERT_TRUE(std::all_of(copy, copy + 4096, [&](uint8_t b) { return b == copy[0]; }));
@@ -67,7 +65,7 @@ TEST(TripleBuffer, NewestIsWholeStaysPutAndNeverGoesBack)
             buffer.publish();
         }
     });
-    for (int reads = 0, last = 0; reads < 1000; ++reads) {
+    for (int reads = 0, last = 0; reads < 20000; ++reads) {
         const SPair& newest = buffer.newest();
         const int first = newest.first;
         std::this_thread::yield();
