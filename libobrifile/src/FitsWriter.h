@@ -50,12 +50,13 @@ protected:
     /// The value with every single quote doubled.
     virtual std::string GetFitsValue(std::string value);
 
+    IFileWriterAttributesProvider* m_attributesProvider; // for derived writers: the header is filled by the caller
+    std::unique_ptr<FitsHeaderData> m_header;
+    std::string m_filePath;
+
 private:
     void WriteFile(FILE* file, uint16_t* image);
 
-    IFileWriterAttributesProvider* m_attributesProvider;
-    std::unique_ptr<FitsHeaderData> m_header;
-    std::string m_filePath;
     std::unique_ptr<SFitsScratch> m_ownScratch;
     SFitsScratch* m_scratch; // the caller's, or m_ownScratch
 };
