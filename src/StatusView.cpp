@@ -2,11 +2,11 @@
 
 #include "Log.h"
 #include "MainWindowParts.h"
-#include "StatusViewTexts.h"
-
 #include <gtkmm/stylecontext.h>
 
 namespace {
+
+constexpr auto sTroubleShown = std::chrono::minutes(1); // long enough to be read, short enough to stay believed
 
 /// Only a text that differs costs a layout.
 void setText(Gtk::Label* label, const std::string& text)
@@ -42,7 +42,7 @@ void StatusView::showRecording(const SStreamStatus& status)
     const SRecordingStatus& recording = status.recording;
     const SDiskRoom room = readDiskRoom(".");
     setText(m_recording, recording.active ? "● REC  " + recordingText(recording, room) : "Not recording");
-    setText(m_warning, warningText(status, room));
+    showWarning(status, room);
     if (recording.active == m_wasRecording)
         return;
     if (recording.active)
@@ -52,4 +52,17 @@ void StatusView::showRecording(const SStreamStatus& status)
         libobribase::logString("I " + totalsText(recording));
     }
     m_wasRecording = recording.active;
+}
+
+void StatusView::showWarning(const SStreamStatus& status, const SDiskRoom& room)
+{
+    const auto now = std::chrono::steady_clock::now();
+    if (status.lastTrouble != m_trouble) {
+        m_trouble = status.lastTrouble;
+        m_troubleUntil = now + sTroubleShown;
+    }
+    std::string text = warningText(status, room);
+    if (now < m_troubleUntil && !m_trouble.empty())
+        text = m_trouble + (text.empty() ? "" : "; ") + text;
+    setText(m_warning, text);
 }

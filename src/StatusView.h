@@ -1,7 +1,9 @@
 #pragma once
 
+#include "StatusViewTexts.h"
 #include "StreamStatus.h"
 
+#include <chrono>
 #include <gtkmm/box.h>
 #include <gtkmm/builder.h>
 #include <gtkmm/label.h>
@@ -17,6 +19,7 @@ public:
 
 private:
     void showRecording(const SStreamStatus& status);
+    void showWarning(const SStreamStatus& status, const SDiskRoom& room);
 
     Gtk::Label* m_camera;
     Gtk::Label* m_gps;
@@ -25,4 +28,6 @@ private:
     Gtk::Label* m_warning;
     Gtk::Box* m_recordingRow;
     bool m_wasRecording = false;
+    std::string m_trouble; // the latest, shown for a while
+    std::chrono::steady_clock::time_point m_troubleUntil;
 };

@@ -113,6 +113,15 @@ TEST_F(Status, LabelsFollowTheCamera)
     EXPECT_TRUE(says("lblErrorCounter", "1 overlay error"));
 }
 
+TEST_F(Status, WhatWentWrongIsShownBesideOtherWarnings)
+{
+    auto status = streamingStatus();
+    status.timeValid = false;
+    status.lastTrouble = "Writing recording.adv failed (No space left on device)";
+    become(status);
+    EXPECT_TRUE(says("lblWarning", "No space left on device); Camera time is not valid"));
+}
+
 TEST_F(Status, ARecordingIsSeenAndItsTotalsAreLogged)
 {
     const auto folder = std::filesystem::temp_directory_path() / ("obri-status-" + std::to_string(getpid()));
