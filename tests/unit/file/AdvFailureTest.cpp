@@ -90,14 +90,18 @@ TEST_F(AdvOnAFullDisk, WithoutRoomForTheHeaderNothingLooksLikeARecording)
 TEST_F(AdvOnAFullDisk, FullWhenStoppedStillKeepsTheFrames)
 {
     const size_t header = headerLength();
-    const FileSizeLimit limit(header + sRecordLength + 3);
-    std::vector<uint8_t> frame(sWidth * sHeight * 2, 0x5A);
-    AdvWriter writer(&provider);
-    writer.CreateAdvFile(path, sWidth, sHeight, 16, {}, 0);
-    writer.StartRecording();
-    writer.RecordFrame(frame.data(), frame.size(), 0);
-    EXPECT_FALSE(writer.HasFailed());
-    writer.StopRecording();
-    EXPECT_TRUE(writer.HasFailed()); // no index
-    EXPECT_EQ(readFile(path).size(), header + sRecordLength);
+    // No room for the index, or none for the four bytes behind it.
+    for (const size_t room : {size_t{3}, sTrailerLength + sIndexEntryLength - 2}) {
+        const FileSizeLimit limit(header + sRecordLength + room);
+        std::vector<uint8_t> frame(sWidth * sHeight * 2, 0x5A);
+        AdvWriter writer(&provider);
+        writer.CreateAdvFile(path, sWidth, sHeight, 16, {}, 0);
+        writer.StartRecording();
+        writer.RecordFrame(frame.data(), frame.size(), 0);
+        EXPECT_FALSE(writer.HasFailed());
+        writer.StopRecording();
+        EXPECT_TRUE(writer.HasFailed());
+        EXPECT_EQ(readFile(path).size(), header + sRecordLength);
+        EXPECT_EQ(number(9, 8) + number(25, 8) + number(40, 4), 0U);
+    }
 }

@@ -101,6 +101,17 @@ TEST_F(AdvFrame, FullFramesIndexAndCounts)
     EXPECT_EQ(file.substr(64 + 13, 4), Bytes().u32(0)); // frames of CALIBRATION
 }
 
+TEST_F(AdvFrame, IndexTimesWrapAfter429Seconds)
+{
+    create();
+    recordFrame();
+    provider.from.minute = 10;
+    provider.to.minute = 10;
+    recordFrame();
+    const std::string records = finish();
+    EXPECT_EQ(records.substr(records.size() - 4 - 4 - 20, 8), Bytes().u64(6000000000 - 4294967296));
+}
+
 TEST_F(AdvFrame, StatusEntriesCarryTheProvidersValues)
 {
     provider.frame["GAIN-DB"] = "12";
