@@ -48,14 +48,21 @@ struct SFitsFile {
 // By the name before the number; files without a number at the end stand alone.
 using Sequences = std::map<std::string, std::vector<SFitsFile>>;
 
-/// Splits "NAME_00017.fits". False when the name does not end in "_" and digits.
+/// Splits "NAME_00017.fits", or "NAME_00017-2.fits" where the first name was taken; the latter are a sequence of their
+/// own. False when the name does not end in "_" and digits.
 bool splitName(const fs::path& path, std::string& stem, SFitsFile& file)
 {
-    const std::string name = path.stem().string();
-    const size_t digits = name.find_last_not_of("0123456789") + 1;
+    constexpr const char* sDigits = "0123456789";
+    std::string name = path.stem().string(), again;
+    const size_t dash = name.find_last_not_of(sDigits);
+    if (dash != std::string::npos && name[dash] == '-') {
+        again = name.substr(dash);
+        name.resize(dash);
+    }
+    const size_t digits = name.find_last_not_of(sDigits) + 1;
     if (digits == 0 || name[digits - 1] != '_' || !parseUnsigned(std::string_view(name).substr(digits), file.number))
         return false;
-    stem = name.substr(0, digits);
+    stem = name.substr(0, digits) + again;
     file.label = name.substr(digits);
     return true;
 }

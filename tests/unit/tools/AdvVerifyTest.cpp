@@ -43,6 +43,35 @@ TEST(AdvVerify, AnIndexThatWrapsAtThirtyTwoBitsIsNoFault)
     EXPECT_THAT(report.notes, Contains(HasSubstr("from frame 11 on the index holds only the low 32 bits")));
 }
 
+TEST(AdvVerify, RecordsBeyondFourGigabytesAreReached)
+{
+    constexpr size_t sFrames = 34; // of 128 MiB each
+    AdvBuilder builder;
+    builder.width = builder.height = 8192;
+    builder.isFinished = false;
+    builder.build();
+    const std::vector<uint8_t> header = builder.build();
+    builder.add(1); // one record, its pixels left out below
+    const std::vector<uint8_t> bytes = builder.build();
+    const size_t pixels = size_t{8192} * 8192 * 2, statusAt = header.size() + 27 + pixels;
+    TemporaryFolder folder;
+    FILE* const out = fopen(folder.path("long.adv").c_str(), "wb");
+    ASSERT_NE(out, nullptr);
+    fwrite(header.data(), 1, header.size(), out);
+    for (size_t n = 0; n < sFrames; ++n) { // seeking leaves holes that take no room on the disk
+        fwrite(bytes.data() + header.size(), 1, 27, out);
+        fseeko(out, static_cast<off_t>(pixels), SEEK_CUR);
+        fwrite(bytes.data() + statusAt, 1, bytes.size() - statusAt, out);
+    }
+    ASSERT_EQ(fclose(out), 0);
+    AdvFile file;
+    ASSERT_EQ(file.open(folder.path("long.adv")), "");
+    ASSERT_EQ(file.frames().size(), sFrames);
+    EXPECT_GT(file.frames().back().offset, uint64_t{1} << 32);
+    EXPECT_EQ(file.frames().back().end(), file.source().size());
+    EXPECT_EQ(file.frames().back().status.cameraFrameId, 1000u);
+}
+
 struct SFault {
     std::string name;
     std::function<void(AdvBuilder&)> before;                             ///< changes what is built, or

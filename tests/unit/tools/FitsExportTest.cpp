@@ -164,6 +164,17 @@ TEST_F(FitsFolder, WithHolesCutFilesAndOthersReportsEach)
     EXPECT_THAT(report.verdict, HasSubstr("28 FITS files"));
 }
 
+TEST_F(FitsFolder, WithFilesOfTwoSequencesJudgesEachAlone)
+{
+    for (int n = 0; n < 3; ++n) { // names that were taken are told apart by a number behind
+        const std::string number = "0000" + std::to_string(n);
+        std::filesystem::copy_file(file("rec_" + number + ".fits"), file("rec_" + number + "-2.fits"));
+    }
+    std::filesystem::copy_file(file("rec_00000.fits"), file("20240305_060708_8x6_G7_40ms.fits"));
+    const SVerifyReport report = verifyFitsFolder(path());
+    EXPECT_EQ(report.verdict, path() + ": 1 finding, 32 FITS files in 3 sequences, 2 frames lost");
+}
+
 TEST_F(FitsFolder, WithoutFitsFilesIsNoSequence)
 {
     EXPECT_EQ(verifyFitsFolder("/proc/self/fd").exitStatus(), 2);
