@@ -94,12 +94,11 @@ std::string AdvFile::open(std::unique_ptr<ByteSource> source)
     m_frames.clear();
     if (std::string error = readHeader(*m_source, m_header, m_damage); !error.empty())
         return error;
-    AdvFrameWalker walker(*m_source, m_header);
-    walker.walk();
-    m_frames = std::move(walker.m_frames);
-    m_damage.insert(m_damage.end(), walker.m_damage.begin(), walker.m_damage.end());
+    SFrameWalk walk = walkFrames(*m_source, m_header);
+    m_frames = std::move(walk.frames);
+    m_damage.insert(m_damage.end(), walk.damage.begin(), walk.damage.end());
     readTrailer();
-    accountForBytes(walker.m_gaps);
+    accountForBytes(walk.gaps);
     return {};
 }
 

@@ -92,15 +92,38 @@ bool readValue(ByteCursor& in, uint8_t type, SValue& value)
     return false;
 }
 
-} // namespace
+class Walker {
+public:
+    Walker(const ByteSource& source, const SAdvHeader& header) : m_source(source), m_header(header)
+    {
+        for (const SAdvStatusTag& tag : header.status.tags)
+            m_known.push_back(knownEntry(tag));
+    }
 
-AdvFrameWalker::AdvFrameWalker(const ByteSource& source, const SAdvHeader& header) : m_source(source), m_header(header)
+    SFrameWalk walk();
+
+private:
+    bool readRecord(uint64_t offset, SAdvFrame& frame);
+    bool readImageHead(ByteCursor& in, SAdvFrame& frame);
+    bool readStatusSection(ByteCursor& in, SAdvFrame& frame);
+    bool readEntries(ByteCursor& in, SAdvStatus& status);
+    uint64_t findRecord(uint64_t from, uint64_t to);
+    uint64_t skipDamage(uint64_t from, SFrameWalk& found);
+    bool fail(const char* reason);
+
+    const ByteSource& m_source;
+    const SAdvHeader& m_header;
+    std::string m_reason;     // why the last readRecord failed
+    std::vector<int> m_known; // for each status tag of the header its EAdvStatus, or -1
+};
+
+bool Walker::fail(const char* reason)
 {
-    for (const SAdvStatusTag& tag : header.status.tags)
-        m_known.push_back(knownEntry(tag));
+    m_reason = reason;
+    return false;
 }
 
-bool AdvFrameWalker::readStatus(ByteCursor& in, SAdvStatus& status)
+bool Walker::readEntries(ByteCursor& in, SAdvStatus& status)
 {
     const uint8_t count = in.u8();
     for (int i = 0; i < count; ++i) {
@@ -116,14 +139,9 @@ bool AdvFrameWalker::readStatus(ByteCursor& in, SAdvStatus& status)
     return in.ok() && in.left() == 0;
 }
 
-bool AdvFrameWalker::readRecord(uint64_t offset, SAdvFrame& frame)
+/// Everything up to the pixels, which are passed over.
+bool Walker::readImageHead(ByteCursor& in, SAdvFrame& frame)
 {
-    const auto fail = [&](const char* reason) {
-        m_reason = reason;
-        return false;
-    };
-    ByteCursor in(m_source, offset, m_source.size());
-    frame.offset = offset;
     if (in.u32() != sFrameMagic)
         return fail(in.ok() ? "no frame record begins here" : "a frame record is cut short");
     frame.streamId = in.u8();
@@ -139,6 +157,11 @@ bool AdvFrameWalker::readRecord(uint64_t offset, SAdvFrame& frame)
         return fail("a frame record is damaged: its stream or its image length is impossible");
     frame.pixelBytes = imageBytes - sImagePrefix;
     in.skip(frame.pixelBytes);
+    return true;
+}
+
+bool Walker::readStatusSection(ByteCursor& in, SAdvFrame& frame)
+{
     const uint32_t statusBytes = in.u32();
     if (!in.ok() || statusBytes > in.left())
         return fail("a frame record is cut short, or its lengths are wrong");
@@ -147,13 +170,20 @@ bool AdvFrameWalker::readRecord(uint64_t offset, SAdvFrame& frame)
     ByteCursor status(m_source, in.position(), in.position() + statusBytes);
     frame.midNs = status.u64();
     frame.durationNs = status.u32();
-    if (!readStatus(status, frame.status))
+    if (!readEntries(status, frame.status))
         return fail("a frame record is damaged: its status entries do not fill its status section");
-    frame.length = status.position() - offset - sizeof sFrameMagicBytes;
+    frame.length = status.position() - frame.offset - sizeof sFrameMagicBytes;
     return true;
 }
 
-uint64_t AdvFrameWalker::findRecord(uint64_t from, uint64_t to)
+bool Walker::readRecord(uint64_t offset, SAdvFrame& frame)
+{
+    ByteCursor in(m_source, offset, m_source.size());
+    frame.offset = offset;
+    return readImageHead(in, frame) && readStatusSection(in, frame);
+}
+
+uint64_t Walker::findRecord(uint64_t from, uint64_t to)
 {
     constexpr size_t sOverlap = sizeof sFrameMagicBytes - 1;
     std::vector<uint8_t> chunk(size_t{1} << 18);
@@ -173,27 +203,41 @@ uint64_t AdvFrameWalker::findRecord(uint64_t from, uint64_t to)
     return to;
 }
 
-void AdvFrameWalker::walk()
+/// Notes a gap from here to the next whole record, or to where none can follow, and tells where that is.
+uint64_t Walker::skipDamage(uint64_t from, SFrameWalk& found)
 {
-    const uint64_t size = m_source.size();
+    const bool isFull = found.frames.size() >= sMostFrames;
+    const std::string reason = isFull ? "more frames than can be read in one recording" : m_reason;
+    const bool isIndexAhead = m_header.indexOffset > from && m_header.indexOffset <= m_source.size();
+    const uint64_t limit = isIndexAhead ? m_header.indexOffset : m_source.size();
+    const bool isHopeless = isFull || found.damage.size() >= sMostFindings;
+    const uint64_t next = isHopeless ? limit : findRecord(from + 1, limit);
+    found.gaps.push_back({EAdvRegion::Unaccounted, from, next - from});
+    found.damage.push_back({from, reason + " (" + std::to_string(next - from) + " bytes skipped)"});
+    return next;
+}
+
+SFrameWalk Walker::walk()
+{
+    SFrameWalk found;
     uint64_t position = m_header.end;
-    while (position < size && position != m_header.indexOffset) {
+    while (position < m_source.size() && position != m_header.indexOffset) {
         SAdvFrame frame;
-        if (m_frames.size() < sMostFrames && readRecord(position, frame)) {
+        if (found.frames.size() < sMostFrames && readRecord(position, frame)) {
             position = frame.end();
-            m_frames.push_back(std::move(frame));
-            continue;
+            found.frames.push_back(std::move(frame));
+        } else {
+            position = skipDamage(position, found);
         }
-        const bool isIndexAhead = m_header.indexOffset > position && m_header.indexOffset <= size;
-        const uint64_t limit = isIndexAhead ? m_header.indexOffset : size;
-        const std::string reason =
-            m_frames.size() < sMostFrames ? m_reason : "more frames than can be read in one recording";
-        const bool isHopeless = m_frames.size() >= sMostFrames || m_damage.size() >= sMostFindings;
-        const uint64_t next = isHopeless ? limit : findRecord(position + 1, limit);
-        m_gaps.push_back({EAdvRegion::Unaccounted, position, next - position});
-        m_damage.push_back({position, reason + " (" + std::to_string(next - position) + " bytes skipped)"});
-        position = next;
     }
+    return found;
+}
+
+} // namespace
+
+SFrameWalk walkFrames(const ByteSource& source, const SAdvHeader& header)
+{
+    return Walker(source, header).walk();
 }
 
 } // namespace obriadv

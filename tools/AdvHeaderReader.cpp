@@ -181,6 +181,23 @@ private:
     std::vector<SAdvFinding>& m_damage;
 };
 
+std::string readSections(SectionReader& sections, SAdvHeader& header)
+{
+    bool hasImage = false, hasStatus = false;
+    for (const SAdvSection& section : header.sections) {
+        bool isRead = true;
+        if (section.name == "IMAGE")
+            isRead = hasImage = sections.at("image section", section.offset,
+                                            [&](ByteCursor& at) { header.image = readImageSection(at); });
+        else if (section.name == "STATUS")
+            isRead = hasStatus = sections.at("status section", section.offset,
+                                             [&](ByteCursor& at) { header.status = readStatusSection(at); });
+        if (!isRead)
+            return "the " + section.name + " section cannot be read: the file ends within it or its counts are wrong";
+    }
+    return hasImage && hasStatus ? "" : "the header defines no image or no status section";
+}
+
 } // namespace
 
 std::string tagValue(const std::vector<SAdvTag>& tags, const std::string& name)
@@ -211,20 +228,8 @@ std::string readHeader(const ByteSource& source, SAdvHeader& header, std::vector
     if (!in.ok())
         return "the file ends within its header, at byte " + std::to_string(in.position());
     SectionReader sections(source, in.position(), damage);
-    bool hasImage = false, hasStatus = false;
-    for (const SAdvSection& section : header.sections) {
-        bool isRead = true;
-        if (section.name == "IMAGE")
-            isRead = hasImage = sections.at("image section", section.offset,
-                                            [&](ByteCursor& at) { header.image = readImageSection(at); });
-        else if (section.name == "STATUS")
-            isRead = hasStatus = sections.at("status section", section.offset,
-                                             [&](ByteCursor& at) { header.status = readStatusSection(at); });
-        if (!isRead)
-            return "the " + section.name + " section cannot be read: the file ends within it or its counts are wrong";
-    }
-    if (!hasImage || !hasStatus)
-        return "the header defines no image or no status section";
+    if (std::string error = readSections(sections, header); !error.empty())
+        return error;
     if (std::string error = checkImage(header.image); !error.empty())
         return error;
     const bool hasMetadata = sections.at("system metadata", header.systemMetadataOffset, [&](ByteCursor& at) {
