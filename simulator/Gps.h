@@ -17,7 +17,7 @@ struct SGpsState {
     uint16_t accuracyM = 0;
     int32_t latitudeE7 = 0, longitudeE7 = 0; ///< 1e-7 degree
     int32_t altitudeMm = 0;
-    uint32_t dopTime = 0;        ///< ms of the GPS week
+    uint32_t dopTime = 0;          ///< ms of the GPS week
     std::array<uint16_t, 5> dop{}; ///< geometric, position, time, vertical, horizontal; 0.01 units
 };
 

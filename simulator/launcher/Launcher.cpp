@@ -12,6 +12,7 @@
 #include <filesystem>
 #include <poll.h>
 #include <stdexcept>
+#include <sys/prctl.h>
 #include <sys/signalfd.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -110,6 +111,7 @@ int Launcher::run(char** program)
         fail("fork");
     if (m_child == 0) {
         sigprocmask(SIG_SETMASK, &m_signalsBefore, nullptr);
+        prctl(PR_SET_PDEATHSIG, SIGTERM); // no camera without its launcher
         setEnvironment(originNow(m_options));
         execvp(program[0], program);
         fprintf(stderr, "obri-simcam: %s: %s\n", program[0], strerror(errno));

@@ -2,6 +2,8 @@
 
 #include <stdexcept>
 #include <umockdev.h>
+#include <utility>
+#include <vector>
 
 namespace obrisim {
 
@@ -26,37 +28,83 @@ static int deviceNumber(const SIdentity& identity)
     return 7 + identity.videoNode / 2;
 }
 
+using Words = std::vector<std::pair<std::string, std::string>>;
+
+// The text with each word of the first kind replaced by its second.
+static std::string filled(std::string text, const Words& words)
+{
+    for (const auto& [word, value] : words)
+        for (size_t at = text.find(word); at != std::string::npos; at = text.find(word, at + value.size()))
+            text.replace(at, word.size(), value);
+    return text;
+}
+
+// Devices in umockdev's notation: path, node, properties of udev, attributes of sysfs.
+constexpr const char* sUsb = R"(P: @path
+N: bus/usb/002/@three=12010003EF0201400912340100010102030109020000
+E: DEVTYPE=usb_device
+E: SUBSYSTEM=usb
+E: BUSNUM=002
+E: DEVNUM=@three
+E: PRODUCT=1209/abcd/100
+A: bConfigurationValue=1\n
+A: busnum=2\n
+A: devnum=@device\n
+A: idVendor=1209\n
+A: idProduct=abcd\n
+A: manufacturer=Simulated\n
+A: product=@name\n
+A: serial=SIM000@serial\n
+A: speed=5000\n
+A: version= 3.00\n
+
+)";
+constexpr const char* sInterface = R"(P: @path
+E: DEVTYPE=usb_interface
+E: SUBSYSTEM=usb
+E: DRIVER=uvcvideo
+E: INTERFACE=14/1/0
+E: PRODUCT=1209/abcd/100
+A: bInterfaceClass=0e\n
+A: bInterfaceNumber=00\n
+A: bInterfaceSubClass=01\n
+
+)";
+constexpr const char* sNode = R"(P: @path
+N: video@number
+E: DEVNAME=/dev/video@number
+E: SUBSYSTEM=video4linux
+E: MAJOR=81
+E: MINOR=@number
+E: ID_V4L_PRODUCT=@name
+E: ID_V4L_CAPABILITIES=@capabilities
+A: dev=81:@number\n
+A: index=@index\n
+A: name=@name\n
+L: device=../../../@interface
+
+)";
+
 static std::string describeUsb(const SOptions& options, const SIdentity& identity)
 {
-    const int device = deviceNumber(identity);
-    char number[8];
-    snprintf(number, sizeof number, "%03d", device % 1000);
-    return "P: " + usbPath(identity) + "\nN: bus/usb/002/" + number +
-           "=12010003EF0201400912340100010102030109020000\n"
-           "E: DEVTYPE=usb_device\nE: SUBSYSTEM=usb\nE: BUSNUM=002\nE: DEVNUM=" +
-           number + "\nE: PRODUCT=1209/abcd/100\nA: bConfigurationValue=1\\n\nA: busnum=2\\n\nA: devnum=" +
-           std::to_string(device) +
-           "\\n\nA: idVendor=1209\\n\nA: idProduct=abcd\\n\nA: manufacturer=Simulated\\n\nA: product=" + options.name +
-           "\\n\nA: serial=SIM000" + std::to_string(1 + identity.number) +
-           "\\n\nA: speed=5000\\n\nA: version= 3.00\\n\n\n";
+    const std::string device = std::to_string(deviceNumber(identity));
+    return filled(sUsb, {{"@path", usbPath(identity)},
+                         {"@three", std::string(3 - device.size(), '0') + device},
+                         {"@device", device},
+                         {"@serial", std::to_string(1 + identity.number)},
+                         {"@name", options.name}});
 }
 
-static std::string describeInterface(const SIdentity& identity)
+static std::string describeNode(const SOptions& options, const SIdentity& identity, bool metadata)
 {
-    return "P: " + interfacePath(identity) +
-           "\nE: DEVTYPE=usb_interface\nE: SUBSYSTEM=usb\nE: DRIVER=uvcvideo\nE: INTERFACE=14/1/0\n"
-           "E: PRODUCT=1209/abcd/100\nA: bInterfaceClass=0e\\n\nA: bInterfaceNumber=00\\n\nA: "
-           "bInterfaceSubClass=01\\n\n\n";
-}
-
-static std::string describeNode(const SOptions& options, const SIdentity& identity, int node, int index)
-{
-    const std::string number = std::to_string(node);
-    return "P: " + nodePath(identity, node) + "\nN: video" + number + "\nE: DEVNAME=/dev/video" + number +
-           "\nE: SUBSYSTEM=video4linux\nE: MAJOR=81\nE: MINOR=" + number + "\nE: ID_V4L_PRODUCT=" + options.name +
-           "\nE: ID_V4L_CAPABILITIES=:" + (index == 0 ? "capture:" : "") + "\nA: dev=81:" + number +
-           "\\n\nA: index=" + std::to_string(index) + "\\n\nA: name=" + options.name + "\\n\nL: device=../../../" +
-           "2-" + std::to_string(3 + identity.number) + ":1.0\n\n";
+    const int number = metadata ? identity.metadataNode : identity.videoNode;
+    const std::string interface = interfacePath(identity);
+    return filled(sNode, {{"@path", nodePath(identity, number)},
+                          {"@number", std::to_string(number)},
+                          {"@capabilities", metadata ? ":" : ":capture:"},
+                          {"@index", metadata ? "1" : "0"},
+                          {"@interface", interface.substr(interface.rfind('/') + 1)},
+                          {"@name", options.name}});
 }
 
 MockedBus::MockedBus() : m_testbed(umockdev_testbed_new()) {}
@@ -66,20 +114,17 @@ MockedBus::~MockedBus()
     g_object_unref(m_testbed);
 }
 
+// Adding announces the devices by itself.
 void MockedBus::plug(const SOptions& options, const SIdentity& identity)
 {
-    const std::string text = describeUsb(options, identity) + describeInterface(identity) +
-                             describeNode(options, identity, identity.videoNode, 0) +
-                             describeNode(options, identity, identity.metadataNode, 1);
+    const std::string text = describeUsb(options, identity) + filled(sInterface, {{"@path", interfacePath(identity)}}) +
+                             describeNode(options, identity, false) + describeNode(options, identity, true);
     GError* error = nullptr;
     if (!umockdev_testbed_add_from_string(m_testbed, text.c_str(), &error)) {
         const std::string why = error->message;
         g_error_free(error);
         throw std::runtime_error("the device cannot be mocked: " + why);
     }
-    announce(usbPath(identity), "add");
-    announce(nodePath(identity, identity.videoNode), "add");
-    announce(nodePath(identity, identity.metadataNode), "add");
 }
 
 void MockedBus::unplug(const SIdentity& identity)
@@ -87,14 +132,9 @@ void MockedBus::unplug(const SIdentity& identity)
     const std::string paths[] = {nodePath(identity, identity.metadataNode), nodePath(identity, identity.videoNode),
                                  interfacePath(identity), usbPath(identity)};
     for (const std::string& path : paths)
-        announce(path, "remove");
+        umockdev_testbed_uevent(m_testbed, ("/sys" + path).c_str(), "remove");
     for (const std::string& path : paths)
         umockdev_testbed_remove_device(m_testbed, ("/sys" + path).c_str());
-}
-
-void MockedBus::announce(const std::string& sysPath, const char* action)
-{
-    umockdev_testbed_uevent(m_testbed, ("/sys" + sysPath).c_str(), action);
 }
 
 } // namespace obrisim

@@ -26,8 +26,6 @@ public:
     void unplug(const SIdentity& identity);
 
 private:
-    void announce(const std::string& sysPath, const char* action);
-
     UMockdevTestbed* m_testbed;
 };
 
