@@ -6,7 +6,9 @@
 
 #include <gmock/gmock.h>
 
+#include <atomic>
 #include <regex>
+#include <thread>
 
 using testing::HasSubstr;
 
@@ -291,4 +293,33 @@ TEST_F(FrameSteps, PhotometryTakesTheTargetsWindowInsideTheFrame)
     EXPECT_EQ(window[14 * 16 + 15], 0x6660);
     libobribase::storeShared(m_photometryTargetX, 0);
     libobribase::storeShared(m_photometryTargetY, 0);
+}
+
+// What the main thread does between frames' start and end without the gate; the thread sanitizer is the judge.
+TEST_F(FrameSteps, WindowMaySetReadAndDragWhileFramesCome)
+{
+    frame();
+    std::atomic<bool> stop{false};
+    std::thread streaming([&] {
+        while (!stop)
+            process();
+    });
+    m_histogram->SetContainerSize(424, 114);
+    for (int i = 0; i < 60; ++i) {
+        libobribase::storeShared(cam.applyNoiseCorrection, i % 2);
+        libobribase::storeShared(cam.showPcTime, i % 3);
+        libobribase::storeShared(cam.invertImage, i % 2);
+        libobribase::storeShared(m_photometryTargetX, i);
+        processor.SetShowPixelOverflow(i % 2);
+        m_histogram->OnMouseClick(100 + i, 50, i % 2);
+        m_histogram->SetHistoBounds(99);
+        libobribase::storeShared(m_updateHistogram, 0);
+        EXPECT_EQ(readStreamStatus().width, 240);
+        EXPECT_FALSE(processor.IsRecording());
+        EXPECT_LE(m_histogram->CopyHistoBins().total, 240u * 64);
+        EXPECT_GT(processor.m_photometryBuffer->producedCount(), 0u);
+    }
+    stop = true;
+    streaming.join();
+    libobribase::storeShared(m_photometryTargetX, 0);
 }
