@@ -65,41 +65,46 @@ void Compressor::ForgetImage()
     table_entries = 0;
 }
 
+void Compressor::AppendValue(int value, int count)
+{
+    frequencies[value] = count;
+    decoder_table[table_entries++] = {value, count};
+}
+
 // Two tables by turns: equal neighbours, common in a sky, would wait for each other's store in one.
 void Compressor::CountSamples(std::span<const unsigned short> samples)
 {
-    if (isConstant(samples)) {
-        frequencies[samples[0]] = static_cast<int>(samples.size());
-        return;
-    }
     const size_t pairs = samples.size() / 2;
     for (size_t i = 0; i < pairs; ++i) {
-        ++frequencies[samples[2 * i]];
-        ++m_oddFrequencies[samples[2 * i + 1]];
+        ++m_counts[0][sliceIndex(samples[2 * i])];
+        ++m_counts[1][sliceIndex(samples[2 * i + 1])];
     }
     if (samples.size() % 2 != 0)
-        ++frequencies[samples.back()];
+        ++m_counts[0][sliceIndex(samples.back())];
 }
 
-// Adds up the counts and lists the values that occur, with their counts, in ascending order.
-void Compressor::CollectValues()
+// Lists the values that occur, with their counts, and clears the counters. Ends where no sample is left:
+// of 12-bit images, which lie at the front, only a sixteenth of the counters is read.
+void Compressor::CollectValues(int samples)
 {
     constexpr int BlockValues = 16;
-    for (int first = 0; first < Values; first += BlockValues) {
+    for (int first = 0; samples > 0; first += BlockValues) {
+        int* const even = m_counts[0] + first;
+        int* const odd = m_counts[1] + first;
         int any = 0;
-        for (int value = first; value < first + BlockValues; ++value)
-            any |= frequencies[value] | m_oddFrequencies[value];
+        for (int i = 0; i < BlockValues; ++i)
+            any |= even[i] | odd[i];
         if (any == 0)
             continue;
-        for (int value = first; value < first + BlockValues; ++value) {
-            const int count = frequencies[value] + m_oddFrequencies[value];
-            frequencies[value] = count;
-            m_oddFrequencies[value] = 0;
-            decoder_table[table_entries] = {value, count};
-            table_entries += count != 0;
+        for (int i = 0; i < BlockValues; ++i) {
+            const int count = even[i] + odd[i];
+            if (count == 0)
+                continue;
+            even[i] = odd[i] = 0;
+            samples -= count;
+            AppendValue(sliceValue(first + i), count);
         }
     }
-    decoder_table[table_entries] = {};
 }
 
 // Holds for every code that the samples could get, so that stopping here changes no byte of the output.
@@ -122,7 +127,9 @@ void Compressor::FillEncoderTable()
 {
     int sum = 0;
     for (const DecoderPair& entry : Table()) {
-        encoder_table[entry.decoded_value] = {entry.cprobability, sum};
+        const auto value = static_cast<uint16_t>(entry.decoded_value);
+        encoder_table[value] = {entry.cprobability, sum};
+        m_slices[sliceIndex(value)] = sliceOf(encoder_table[value]);
         sum += entry.cprobability;
     }
 }
@@ -131,8 +138,13 @@ void Compressor::FillEncoderTable()
 bool Compressor::PrepareTables(unsigned short* uncompressed, int uncompressed_symbol_count)
 {
     ForgetImage();
-    CountSamples({uncompressed, static_cast<size_t>(uncompressed_symbol_count)});
-    CollectValues();
+    const std::span<const unsigned short> samples(uncompressed, static_cast<size_t>(uncompressed_symbol_count));
+    if (isConstant(samples)) {
+        AppendValue(samples[0], uncompressed_symbol_count);
+    } else {
+        CountSamples(samples);
+        CollectValues(uncompressed_symbol_count);
+    }
     if (CodeCannotShrink())
         return false;
     scaleCounts(Table(), uncompressed_symbol_count);
@@ -182,7 +194,7 @@ int Compressor::CompressData(unsigned short* uncompressed, void* compressed)
     auto size = static_cast<size_t>(StoreDecompressionTable(compressed));
     if (table_entries > 1)
         size += RangeCompress({uncompressed, Samples()}, static_cast<uint8_t*>(compressed) + size, RawBytes() - size,
-                              encoder_table);
+                              m_slices);
     return size < RawBytes() ? static_cast<int>(size) : StoreRaw(uncompressed, compressed);
 }
 

@@ -10,7 +10,7 @@ namespace libobrifile {
 /// Lossless compression of one 16-bit monochrome image at a time ("LAGARITH16" layout): a table of the
 /// image's own sample frequencies, then its samples in a range code against that table.
 ///
-/// An instance holds every table it needs (about 2 MB, see sizeof) and allocates nothing afterwards: make
+/// An instance holds every table it needs (2.8 MB) and allocates nothing afterwards: make
 /// one on the heap for a recording and reuse it for every frame. Not to be shared between threads
 /// without a lock; otherwise any thread. docs/lagarith16.md describes the bytes.
 class Compressor {
@@ -75,7 +75,8 @@ private:
     bool PrepareTables(unsigned short* uncompressed, int uncompressed_symbol_count);
     void ForgetImage();
     void CountSamples(std::span<const unsigned short> samples);
-    void CollectValues();
+    void CollectValues(int samples);
+    void AppendValue(int value, int count);
     void FillEncoderTable();
     bool CodeCannotShrink() const;
     std::span<DecoderPair> Table() { return {decoder_table, static_cast<size_t>(table_entries)}; }
@@ -98,7 +99,9 @@ private:
     EncoderPair encoder_table[Values] = {};
     DecoderPair decoder_table[Values + 1] = {};
 
-    int m_oddFrequencies[Values] = {}; // counts of every second sample; all zero between images
+    // All of these by sliceIndex of the value, but the last.
+    int m_counts[2][Values] = {}; // every second sample's each; all zero between images
+    RangeSlice m_slices[Values];  // of values that the last image did not have: left over
     DecoderPair m_sortBuffer[Values];
 };
 

@@ -12,9 +12,7 @@ namespace libobrifile {
 namespace {
 
 constexpr uint32_t sFullRange = 0x80000000;
-constexpr uint32_t sNarrow1 = 1u << 23; // at or below it the range is widened by a byte,
-constexpr uint32_t sNarrow2 = 1u << 15; // by two,
-constexpr uint32_t sNarrow3 = 1u << 7;  // by three; the range is never below 8, so that is enough
+constexpr uint32_t sNarrow = 1u << 23; // at or below it the range is widened, by bytes until it is above
 
 // Samples between two looks at the room that is left.
 constexpr size_t sStretch = 256;
@@ -27,117 +25,116 @@ void storeBigEndian(uint8_t* at, uint64_t number)
     memcpy(at, &number, sizeof number);
 }
 
-// Both halves of a slice in one number, its start above its width, so that one multiplication scales both.
-uint64_t asNumber(const EncoderPair& pair)
+// About every second sample leaves a narrow range, in no order that a branch predictor could learn, but
+// compilers like to make a branch of the plain expression.
+inline uint32_t chooseIfNarrow(uint32_t range, uint32_t narrow, uint32_t wide)
 {
-    if constexpr (std::endian::native == std::endian::little && offsetof(EncoderPair, cprobability) == 4)
-        return std::bit_cast<uint64_t>(pair);
-    return uint64_t{static_cast<uint32_t>(pair.cprobability)} << 32 | static_cast<uint32_t>(pair.probability);
+#if defined(__x86_64__)
+    asm("cmpl %[limit], %[range]\n\tcmovbe %[narrow], %[wide]"
+        : [wide] "+r"(wide)
+        : [range] "r"(range), [narrow] "r"(narrow), [limit] "i"(sNarrow)
+        : "cc");
+    return wide;
+#else
+    return range <= sNarrow ? narrow : wide;
+#endif
 }
 
-// Chosen by data, not by prediction: whether the range has to be widened is close to a coin toss.
-template <class T>
-T choose(bool condition, T yes, T no)
-{
-    return __builtin_expect_with_probability(condition, 1, 0.5) ? yes : no;
-}
-
-// The interval's start is kept in 64 bits: above the 32 in use lie the last four bytes that were
-// stored. Every sample stores all eight again, so a carry into stored bytes costs nothing until it
-// leaves the register, which takes four bytes of 255. The code's first bit, always 0, is the place
-// where a carry out of 31 bits lands; the bytes need no shift afterwards.
+// The start of the code's interval is kept in 64 bits: above the 32 in use lie the last four bytes that
+// were stored. Every sample stores all eight again, so a carry into stored bytes costs nothing until it
+// leaves the register, for which all four must be 255. The code's first bit, always 0, is where a carry
+// out of the 31 bits of the interval would go; so the bytes need no shift afterwards.
 //
-// The range is left as it was after the last sample's product and widened when the next begins: its
-// product is computed for every number of bytes that the widening may take, and the right one chosen.
+// The range is left as it is after a sample, and widened when the next one begins.
 struct SEncoder {
     uint64_t low = 0;
     uint32_t range = sFullRange;
-    uint8_t* out; // where the upper byte of low's 32 working bits belongs; four bytes before it are writable
+    uint32_t shift = 0; // bits that low has to move on before the next sample, apart from one more byte
+    uint8_t* out;       // where the upper byte of low's 32 working bits belongs; the four before it are writable
 
-    void put(const EncoderPair& pair);
-    void put(std::span<const unsigned short> samples, const EncoderPair* table);
-    void widen();
-    void carry();
+    void put(RangeSlice slice);
+    void finish();
 };
 
 // Rare: the carry runs on into bytes that have left the register.
-[[gnu::noinline, gnu::cold]] void SEncoder::carry()
+[[gnu::noinline, gnu::cold]] void carryInto(uint8_t* at)
 {
-    uint8_t* at = out - 5;
     while (*at == 255)
         *at-- = 0;
     ++*at;
 }
 
-inline void SEncoder::put(const EncoderPair& pair)
+inline void SEncoder::put(RangeSlice slice)
 {
-    const uint64_t slice = asNumber(pair);
-    const bool narrow1 = range <= sNarrow1, narrow2 = range <= sNarrow2;
-    uint64_t scaled = choose(narrow1, slice * (range >> 12), slice * (range >> 20));
-    unsigned shift = 8u * narrow1 + 8u * narrow2;
-    scaled = choose(narrow2, slice * (range >> 4), scaled);
-    if (range <= sNarrow3) [[unlikely]] {
-        assert(range != 0);
-        scaled = slice * (range << 4);
-        shift = 24;
-    }
+    const uint32_t unit = chooseIfNarrow(range, range >> (FRACTIONAL_BITS - 8), range >> FRACTIONAL_BITS);
+    const uint32_t bits = shift + 8 * uint32_t{range <= sNarrow};
+    const uint64_t scaled = (slice & sSliceBits) * unit; // start and width at once: neither exceeds 31 bits
     range = static_cast<uint32_t>(scaled);
-    out += shift >> 3;
-    if (__builtin_add_overflow(low << shift, scaled >> 32, &low)) [[unlikely]]
-        carry();
+    shift = static_cast<uint32_t>(slice >> sSliceShiftAt);
+    out += bits / 8;
+    if (__builtin_add_overflow(low << bits, scaled >> 32, &low)) [[unlikely]]
+        carryInto(out - 5);
     storeBigEndian(out - 4, low);
 }
 
-inline void SEncoder::put(std::span<const unsigned short> samples, const EncoderPair* table)
+// Brings low and range to where a next sample would begin: the code ends with low's 32 working bits.
+void SEncoder::finish()
 {
-    SEncoder local = *this; // in registers: stores through out could change the members otherwise
-    for (const unsigned short sample : samples)
-        local.put(table[sample]);
-    *this = local;
-}
-
-// Leaves low and range as they stand before a next sample, so that out + 4 is the end of the code.
-void SEncoder::widen()
-{
-    assert(range != 0);
-    for (; range <= sNarrow1; range <<= 8) {
+    for (low <<= shift, out += shift / 8, shift = 0; range <= sNarrow; range <<= 8, ++out)
         low <<= 8;
-        ++out;
-    }
     storeBigEndian(out - 4, low);
 }
 
-} // namespace
-
-size_t RangeCompress(std::span<const unsigned short> src, uint8_t* dest, size_t room, const EncoderPair* encoder_table)
+// A width of 0, of a value that the table does not have, makes the range 0 for good.
+template <class SliceOfSample>
+void encode(SEncoder& encoder, std::span<const unsigned short> samples, SliceOfSample&& sliceOfSample)
 {
-    // The first bytes are coded aside: the register's upper half must not reach before dest.
+    SEncoder local = encoder; // in registers: the bytes stored could be the members', as far as C++ knows
+    for (const unsigned short sample : samples)
+        local.put(sliceOfSample(sample));
+    encoder = local;
+    const uint32_t range = encoder.range;
+    assert(range != 0);
+}
+
+template <class SliceOfSample>
+size_t compressWithin(std::span<const unsigned short> src, uint8_t* dest, size_t room, SliceOfSample&& sliceOfSample)
+{
+    // The first samples are coded aside, until the register's upper half no longer lies before dest.
     uint8_t head[4 + 2 * sMostCodeBytesPerSample + sizeof(uint64_t)] = {};
     SEncoder encoder{.out = head + 4};
-    const auto headBytes = [&] { return static_cast<size_t>(encoder.out - (head + 4)); };
     size_t done = 0;
-    while (done < src.size() && headBytes() < 4)
-        encoder.put(encoder_table[src[done++]]);
+    for (; done < src.size() && encoder.out < head + 8; ++done)
+        encode(encoder, src.subspan(done, 1), sliceOfSample);
     if (done == src.size())
-        encoder.widen();
-    memcpy(dest, head + 4, headBytes() + sLeastCodeBytes);
-    encoder.out = dest + headBytes();
+        encoder.finish();
+    const auto headBytes = static_cast<size_t>(encoder.out - (head + 4));
+    memcpy(dest, head + 4, headBytes + sLeastCodeBytes);
+    encoder.out = dest + headBytes;
 
     const auto size = [&] { return static_cast<size_t>(encoder.out - dest) + sLeastCodeBytes; };
     while (done < src.size() && size() < room) {
         const auto stretch = src.subspan(done, std::min(sStretch, src.size() - done));
-        encoder.put(stretch, encoder_table);
+        encode(encoder, stretch, sliceOfSample);
         done += stretch.size();
         if (done == src.size())
-            encoder.widen();
+            encoder.finish();
     }
     return std::min(size(), room);
 }
 
+} // namespace
+
+size_t RangeCompress(std::span<const unsigned short> src, uint8_t* dest, size_t room, const RangeSlice* slices)
+{
+    return compressWithin(src, dest, room, [=](unsigned short sample) { return slices[sliceIndex(sample)]; });
+}
+
 int RangeCompress(const unsigned short* src, void* dest, int length, EncoderPair* encoder_table)
 {
+    const auto sliceOfSample = [=](unsigned short sample) { return sliceOf(encoder_table[sample]); };
     return static_cast<int>(
-        RangeCompress({src, static_cast<size_t>(length)}, static_cast<uint8_t*>(dest), SIZE_MAX, encoder_table));
+        compressWithin({src, static_cast<size_t>(length)}, static_cast<uint8_t*>(dest), SIZE_MAX, sliceOfSample));
 }
 
 namespace {
@@ -186,7 +183,7 @@ struct SDecoder {
 
     void widen()
     {
-        while (range <= sNarrow1) {
+        while (range <= sNarrow) {
             range <<= 8;
             assert(range != 0);
             code = (code << 8) + source.next();

@@ -30,11 +30,44 @@ struct DecoderPair {
 /// Allocates nothing. Any thread.
 int RangeCompress(const unsigned short* src, void* dest, int length, EncoderPair* encoder_table);
 
-/// As above, but gives up once `room` bytes cannot hold the code.
+/// A slice of the scale as the encoder multiplies with it: from bit 0 up its width times 2^shift, from
+/// bit 32 its start, from bit 56 the shift.
 ///
-/// @param dest  room + sRangeCodeSlack bytes; what lies there is not a code when it was given up.
+/// Before a sample the encoder's range is 2^23 to 2^31, so its 2^20th part is 8 to 2048. After a sample of
+/// width 4096 or less the range is therefore at most 2^23 and has to be widened by a byte in any case, at
+/// width 16 or less by two. With this shift made in advance, whether one byte more is due is all that a
+/// sample leaves open.
+using RangeSlice = uint64_t;
+constexpr int sSliceShiftAt = 56;
+constexpr uint64_t sSliceBits = (uint64_t{1} << 52) - 1; ///< start and width
+
+/// The slice of an encoder table's entry. Without a branch: frequent and rare values alternate at random.
+constexpr RangeSlice sliceOf(const EncoderPair& pair)
+{
+    const auto width = static_cast<uint64_t>(pair.probability), start = static_cast<uint64_t>(pair.cprobability);
+    const uint64_t shift = 8 * (uint64_t{width <= 4096} + uint64_t{width <= 16});
+    return shift << sSliceShiftAt | start << 32 | width << shift;
+}
+
+/// Where a table of slices keeps that of a sample value: 12-bit samples, which stand in the upper bits
+/// and so lie 16 apart, become neighbours in memory.
+constexpr uint16_t sliceIndex(uint16_t value)
+{
+    return static_cast<uint16_t>(value >> 4 | value << 12);
+}
+
+/// The sample value whose slice is kept at an index.
+constexpr uint16_t sliceValue(int index)
+{
+    return static_cast<uint16_t>(index << 4 | index >> 12);
+}
+
+/// As RangeCompress above, from a table of slices made once, and within a known room.
+///
+/// @param dest    room + sRangeCodeSlack bytes; what lies there is not a code when it was given up.
+/// @param slices  65536 entries by sliceIndex; those of values that do not occur are not looked at.
 /// @return the number of bytes written, less than room; or room, when the code needs that or more.
-size_t RangeCompress(std::span<const unsigned short> src, uint8_t* dest, size_t room, const EncoderPair* encoder_table);
+size_t RangeCompress(std::span<const unsigned short> src, uint8_t* dest, size_t room, const RangeSlice* slices);
 
 /// A code ends with four bytes, and no sample adds more than three to it.
 constexpr size_t sLeastCodeBytes = 4, sMostCodeBytesPerSample = 3;

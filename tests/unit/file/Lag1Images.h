@@ -56,10 +56,21 @@ inline Image gradient(int width, int height)
     return image;
 }
 
-/// One bright sample in a thousand on an even ground.
+/// An evenly lit frame: shot noise on half of the scale.
 inline Image flat(size_t samples)
 {
     std::mt19937 random(4);
+    std::normal_distribution<float> light(2000.0f, 32.0f);
+    Image image(samples);
+    for (uint16_t& sample : image)
+        sample = uint16_t(int(light(random)) << 4);
+    return image;
+}
+
+/// Three values nearly everywhere, and one sample in a thousand is bright.
+inline Image fewValues(size_t samples)
+{
+    std::mt19937 random(7);
     Image image(samples, 0x0B40);
     for (uint16_t& sample : image)
         sample = uint16_t(sample + 16 * (random() % 3) + (random() % 1000 == 0 ? 0x4000 : 0));

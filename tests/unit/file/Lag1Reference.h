@@ -116,12 +116,13 @@ inline bool moreFrequent(const DecoderPair& a, const DecoderPair& b)
     return a.cprobability > b.cprobability;
 }
 
-// How entries of equal frequency are ordered. A decoder accepts any order.
-enum class EEquals { Ascending, Descending, AsSorted };
+// How entries of equal frequency are ordered: as the library does (by the lowest four bits, then
+// ascending), or otherwise. A decoder accepts any order.
+enum class EEquals { AsLibrary, Descending, AsSorted };
 
 class Compressor {
 public:
-    explicit Compressor(size_t samples, EEquals equals = EEquals::Ascending) : m_samples(samples), m_equals(equals) {}
+    explicit Compressor(size_t samples, EEquals equals = EEquals::AsLibrary) : m_samples(samples), m_equals(equals) {}
 
     static size_t outputBytes(size_t samples) { return 9 * samples + 64; }
 
@@ -165,7 +166,7 @@ private:
             ++m_counts[image[i]];
         int total = 0;
         for (int step = 0; step < 65536; ++step) {
-            const int value = m_equals == EEquals::Descending ? 65535 - step : step;
+            const int value = m_equals == EEquals::AsLibrary ? step % 4096 * 16 + step / 4096 : 65535 - step;
             if (m_counts[static_cast<size_t>(value)] == 0)
                 continue;
             int scaled = static_cast<int>(

@@ -21,7 +21,7 @@ Bytes compress(Compressor& compressor, Image image)
     return block;
 }
 
-Bytes compressPlainly(const Image& image, EEquals equals = EEquals::Ascending)
+Bytes compressPlainly(const Image& image, EEquals equals = EEquals::AsLibrary)
 {
     lag1reference::Compressor plain(image.size(), equals);
     Bytes block(lag1reference::Compressor::outputBytes(std::max<size_t>(image.size(), 65536)));
@@ -84,6 +84,7 @@ constexpr SImageCase sImages[] = {
     {"LargeSky", [] { return sky(1624, 100); }},
     {"Gradient", [] { return gradient(640, 480); }},
     {"Flat", [] { return flat(100000); }},
+    {"FewValues", [] { return fewValues(99999); }},
     {"SmallNoise", [] { return noise(1000, 65536); }},
     {"Noise", [] { return noise(400000, 65536); }},
     {"NoiseOf12Bits", [] { return noise(200000, 4096, 16); }},
