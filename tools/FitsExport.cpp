@@ -77,14 +77,14 @@ void writeStatus(FitsImage& fits, const SAdvStatus& status)
     if (status.has(EAdvStatus::TrackedSatellites))
         fits.integer("GPSSATS", status.satellites, "GPS satellites tracked");
     const struct {
-        EAdvStatus entry;
         const char* key;
         float value;
-    } dops[] = {{EAdvStatus::Gdop, "GDOP", status.gdop},
-                {EAdvStatus::Pdop, "PDOP", status.pdop},
-                {EAdvStatus::Tdop, "TDOP", status.tdop},
-                {EAdvStatus::Vdop, "VDOP", status.vdop},
-                {EAdvStatus::Hdop, "HDOP", status.hdop}};
+        EAdvStatus entry;
+    } dops[] = {{"GDOP", status.gdop, EAdvStatus::Gdop},
+                {"PDOP", status.pdop, EAdvStatus::Pdop},
+                {"TDOP", status.tdop, EAdvStatus::Tdop},
+                {"VDOP", status.vdop, EAdvStatus::Vdop},
+                {"HDOP", status.hdop, EAdvStatus::Hdop}};
     for (const auto& dop : dops)
         if (status.has(dop.entry))
             writeFinite(fits, dop.key, dop.value, 2, "GPS dilution of precision");
