@@ -175,7 +175,8 @@ void Camera::stopStreaming()
     signalAll();
     std::thread maker = std::move(m_maker);
     m_monitor.unlock();
-    maker.join();
+    if (maker.joinable())
+        maker.join();
     m_monitor.lock();
     m_buffers.cancel();
 }

@@ -58,6 +58,9 @@ void Camera::makeFrames()
     prepareStream(lock);
     while (m_streaming && !m_gone)
         makeFrame(lock);
+    // Pulled out, the camera has no more requests to serve: nobody may ever come to join this thread.
+    if (m_gone && m_maker.joinable())
+        m_maker.detach();
 }
 
 Camera::SExposure Camera::nextExposure() const

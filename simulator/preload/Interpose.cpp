@@ -9,6 +9,7 @@
 #undef _FILE_OFFSET_BITS
 #include "Bus.h"
 
+#include <atomic>
 #include <cerrno>
 #include <cstdarg>
 #include <cstring>
@@ -25,12 +26,24 @@ using obrisim::Camera;
 
 namespace {
 
-/// The function of this name in the library that comes after this one.
+/// The function of this name in the library that comes after this one. Initialised without code: sanitizers
+/// make system calls before any could run, and watch the guards of local statics.
 template <class F>
-F* following(const char* name)
-{
-    return reinterpret_cast<F*>(dlsym(RTLD_NEXT, name));
-}
+class Following {
+public:
+    constexpr explicit Following(const char* name) : m_name(name) {}
+    F* get()
+    {
+        F* function = m_function.load(std::memory_order_relaxed);
+        if (!function)
+            m_function.store(function = reinterpret_cast<F*>(dlsym(RTLD_NEXT, m_name)), std::memory_order_relaxed);
+        return function;
+    }
+
+private:
+    const char* m_name;
+    std::atomic<F*> m_function{nullptr};
+};
 
 long answer(long result)
 {
@@ -64,8 +77,8 @@ mode_t modeOf(int flags, va_list arguments)
 
 long passOn(long number, const long (&a)[6])
 {
-    static auto* const next = following<long(long, ...)>("syscall");
-    return next(number, a[0], a[1], a[2], a[3], a[4], a[5]);
+    static constinit Following<long(long, ...)> next("syscall");
+    return next.get()(number, a[0], a[1], a[2], a[3], a[4], a[5]);
 }
 
 } // namespace
@@ -110,8 +123,8 @@ EXPORTED long syscall(long number, ...)
         va_start(arguments, flags);                                                                                    \
         const mode_t mode = modeOf(flags, arguments);                                                                  \
         va_end(arguments);                                                                                             \
-        static auto* const next = following<int(const char*, int, ...)>(#name);                                        \
-        return next(path, flags, mode);                                                                                \
+        static constinit Following<int(const char*, int, ...)> next(#name);                                            \
+        return next.get()(path, flags, mode);                                                                          \
     }
 EXPORT_OPEN(open)
 EXPORT_OPEN(open64)
@@ -126,8 +139,8 @@ EXPORT_OPEN(open64)
         va_start(arguments, flags);                                                                                    \
         const mode_t mode = modeOf(flags, arguments);                                                                  \
         va_end(arguments);                                                                                             \
-        static auto* const next = following<int(int, const char*, int, ...)>(#name);                                   \
-        return next(directory, path, flags, mode);                                                                     \
+        static constinit Following<int(int, const char*, int, ...)> next(#name);                                       \
+        return next.get()(directory, path, flags, mode);                                                               \
     }
 EXPORT_OPENAT(openat)
 EXPORT_OPENAT(openat64)
@@ -161,8 +174,8 @@ EXPORTED int ioctl(int fd, unsigned long request, ...) noexcept
     va_end(arguments);
     if (Camera* camera = Bus::cameraOf(fd))
         return static_cast<int>(answer(requestOf(*camera, fd, request, argument)));
-    static auto* const next = following<int(int, unsigned long, ...)>("ioctl");
-    return next(fd, request, argument);
+    static constinit Following<int(int, unsigned long, ...)> next("ioctl");
+    return next.get()(fd, request, argument);
 }
 
 static void* map(void* address, size_t length, int protection, int flags, int fd, off64_t offset)
@@ -174,8 +187,8 @@ static void* map(void* address, size_t length, int protection, int flags, int fd
             return MAP_FAILED;
         }
     }
-    static auto* const next = following<void*(void*, size_t, int, int, int, off64_t)>("mmap64");
-    return next(address, length, protection, flags, fd, offset);
+    static constinit Following<void*(void*, size_t, int, int, int, off64_t)> next("mmap64");
+    return next.get()(address, length, protection, flags, fd, offset);
 }
 
 EXPORTED void* mmap(void* address, size_t length, int protection, int flags, int fd, off_t offset) noexcept
@@ -194,6 +207,6 @@ EXPORTED int close(int fd)
         Bus::close(fd);
         return 0;
     }
-    static auto* const next = following<int(int)>("close");
-    return next(fd);
+    static constinit Following<int(int)> next("close");
+    return next.get()(fd);
 }
