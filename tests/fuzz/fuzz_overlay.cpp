@@ -1,0 +1,70 @@
+// The overlay parser and what reads its fields: a frame's last rows are whatever a disturbed link left of them.
+
+#include "BinaryOverlay.h"
+#include "CameraStatus.h"
+
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+
+using namespace libobribase;
+
+namespace {
+
+void require(bool condition)
+{
+    if (!condition)
+        std::abort(); // not assert: optimised builds must notice too
+}
+
+// An overlay that another frame has left behind.
+BinaryOverlay leftBehind(int32_t base)
+{
+    BinaryOverlay overlay;
+    overlay.m_offset = base;
+    overlay.m_frameId = 0xDEADBEEF;
+    overlay.m_fromTime = {2024, 3, 5, 6, 7, 8, 9};
+    overlay.m_dop[4] = 0xD0D0;
+    return overlay;
+}
+
+bool keptItsFields(const BinaryOverlay& overlay)
+{
+    const BinaryOverlay before = leftBehind(0);
+    return overlay.m_frameId == before.m_frameId && overlay.m_fromTime == before.m_fromTime &&
+           overlay.m_dop[4] == before.m_dop[4];
+}
+
+void readEverything(BinaryOverlay& overlay)
+{
+    CameraStatus status;
+    status.UpdateFromBinaryOverlay(&overlay);
+    status.UpdateSystimeFrom(&overlay.m_fromTime);
+    unsigned long fileTime = 0;
+    fileTime100nsFromYmdHms_2010_2058(&fileTime, &overlay.m_fromTime);
+    fileTime100nsFromYmdHms_2010_2058(&fileTime, &overlay.m_toTime);
+    require(overlay.ToString().size() < 512 && overlay.ToString().back() == '\n');
+}
+
+} // namespace
+
+// First byte: words before the row; second: the base found so far; then the words, low byte first.
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
+{
+    if (size < 4)
+        return 0;
+    static constexpr int32_t sBases[] = {0, 1, -2};
+    const size_t words = (size - 2) / 2, before = data[0] % 4;
+    if (words <= before)
+        return 0;
+    // A block of exactly the frame's size, so that the address sanitizer sees a step outside.
+    const auto frame = std::make_unique<uint16_t[]>(words);
+    memcpy(frame.get(), data + 2, words * sizeof(uint16_t));
+
+    BinaryOverlay overlay = leftBehind(sBases[data[1] % 3]);
+    overlay.ParseBinaryOverlay(frame.get() + before, before, words - before);
+    require(overlay.m_offset == 0 || overlay.m_offset == 1 || overlay.m_offset == -2);
+    require(overlay.m_isValid || keptItsFields(overlay));
+    readEverything(overlay);
+    return 0;
+}
