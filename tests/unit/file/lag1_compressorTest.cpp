@@ -201,9 +201,9 @@ TEST(Compressor, SaysHowMuchItRead)
 
 TEST(Compressor, RefusesAnEmptyFrame)
 {
-    EXPECT_DEATH(Compressor(0, 10), "frame_width>0");
-    EXPECT_DEATH(Compressor(10, -1), "frame_height>0");
-    EXPECT_DEATH(Compressor(65535, 65535), "MaxSamples");
+    EXPECT_DEATH(std::make_unique<Compressor>(0, 10), "frame_width>0");
+    EXPECT_DEATH(std::make_unique<Compressor>(10, -1), "frame_height>0");
+    EXPECT_DEATH(std::make_unique<Compressor>(65535, 65535), "MaxSamples");
 }
 
 TEST(Compressor, EndsTheProcessOnATableThatDoesNotAddUp)
