@@ -19,7 +19,7 @@ namespace {
 //    9+4+20n u32  m, then m entries
 constexpr uint64_t sIndexHead = 1 + 4 + 4;
 constexpr uint64_t sEntryBytes = 8 + 8 + 4;
-constexpr uint64_t sLongestUserMetadata = 4 * 1024 * 1024;
+constexpr uint64_t sLongestUserMetadata = uint64_t{4} * 1024 * 1024;
 
 /// Reads one table of the index, keeping at most mostKept entries; false when it does not fit into the file.
 bool readIndexTable(ByteCursor& in, uint32_t& count, size_t mostKept, std::vector<SAdvIndexEntry>& entries)

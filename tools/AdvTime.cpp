@@ -66,7 +66,8 @@ bool parseIsoTime(std::string_view text, int64_t& ns)
             return false;
     }
     const int64_t daysSince = (sys_days(date) - sEpoch).count();
-    ns = (daysSince * 86400 + fields[3] * 3600 + fields[4] * 60 + fields[5]) * sNsPerSecond + fraction;
+    ns =
+        (daysSince * 86400 + int64_t{fields[3]} * 3600 + int64_t{fields[4]} * 60 + fields[5]) * sNsPerSecond + fraction;
     return true;
 }
 
