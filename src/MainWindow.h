@@ -92,7 +92,7 @@ private:
     bool onDrawHistogram(const Cairo::RefPtr<Cairo::Context>& cr);
     bool onTimer();
     void histogramChanged();
-    void showResolutionInForce(int width, int height);
+    void showResolutionInForce();
     void holdOffSuspend(bool recording);
 
     SUiFunctions* functions;
@@ -136,6 +136,5 @@ private:
     std::atomic<bool> m_histogramStale{false};
     sigc::connection m_resolutionConnection, m_timer;
     int m_timerTicks = 0;
-    int m_shownFrameWidth = 0, m_shownFrameHeight = 0;
     guint m_inhibitCookie = 0;
 };

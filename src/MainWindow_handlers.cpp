@@ -1,3 +1,4 @@
+#include "camera_control.h"
 #include "Ending.h"
 #include "FrameProcessor.h"
 #include "HistogramView.h"
@@ -9,6 +10,7 @@
 #include "SUiFunctions.h"
 #include "TextFormat.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <gtkmm/application.h>
@@ -87,27 +89,27 @@ void MainWindow::holdOffSuspend(bool recording)
 bool MainWindow::onTimer()
 {
     enableControls(); // streaming and recording also end by themselves
-    const SStreamStatus status = readStreamStatus();
-    if (status.width != m_shownFrameWidth || status.height != m_shownFrameHeight)
-        showResolutionInForce(status.width, status.height);
+    showResolutionInForce();
     if (m_timerTicks++ % sTicksPerStatus == 0)
-        m_statusView->show(status);
+        m_statusView->show(readStreamStatus());
     return true;
 }
 
-/// Lets the box follow the camera. Only when the frames' size changes: a size that the user has just chosen must not
-/// be taken back while frames of the old one still come.
-void MainWindow::showResolutionInForce(int width, int height)
+/// Lets the box follow the camera, which the streaming thread sets up by itself.
+///
+/// What counts is the size that was chosen last, not that of the latest frame: frames of the old size still come for
+/// a while, and must not take back what the user has just chosen.
+void MainWindow::showResolutionInForce()
 {
-    m_shownFrameWidth = width;
-    m_shownFrameHeight = height;
-    for (size_t row = 0; row < std::size(sSizes); ++row) {
-        if (sSizes[row].width != width || sSizes[row].height != height)
-            continue;
-        m_resolutionConnection.block(); // it must not send what is already in force
-        cmbResolution->set_active(static_cast<int>(row));
-        m_resolutionConnection.unblock();
-    }
+    const int width = loadShared(obriCam().w), height = loadShared(obriCam().h);
+    const auto inForce = std::find_if(std::begin(sSizes), std::end(sSizes),
+                                      [&](const SSize& size) { return size.width == width && size.height == height; });
+    const auto row = static_cast<int>(inForce - std::begin(sSizes));
+    if (inForce == std::end(sSizes) || row == cmbResolution->get_active_row_number())
+        return;
+    m_resolutionConnection.block(); // it must not send what is already in force
+    cmbResolution->set_active(row);
+    m_resolutionConnection.unblock();
 }
 
 void MainWindow::onQuit()

@@ -1,3 +1,5 @@
+#include "camera_control.h"
+#include "SharedFlag.h"
 #include "StreamStatus.h"
 #include "WindowTest.h"
 
@@ -85,14 +87,21 @@ TEST_F(Actions, ControlRStartsTheStream)
 TEST_F(Actions, TheBoxShowsTheSizeInForceWithoutSendingIt)
 {
     auto& box = find<Gtk::ComboBoxText>("cmbResolution");
-    updateStreamStatus([](SStreamStatus& status) { status.width = 1624, status.height = 1240; });
+    const auto inForce = [](int width, int height) {
+        libobribase::storeShared(obriCam().w, width);
+        libobribase::storeShared(obriCam().h, height);
+    };
+    inForce(1624, 1240);
     EXPECT_TRUE(waitUntil([&] { return box.get_active_row_number() == 0; }));
     EXPECT_THAT(camera.take(), IsEmpty());
 
-    box.set_active(4); // frames of the old size go on for a while
+    box.set_active(4);
+    EXPECT_THAT(camera.take(), ElementsAre("setResolution 408 310"));
+    inForce(408, 310); // as the facade leaves it, while frames of the old size still come
+    updateStreamStatus([](SStreamStatus& status) { status.width = 1624, status.height = 1240; });
     letPass(0.6);
     EXPECT_EQ(box.get_active_row_number(), 4);
-    EXPECT_THAT(camera.take(), ElementsAre("setResolution 408 310"));
+    inForce(0, 0);
 }
 
 } // namespace
