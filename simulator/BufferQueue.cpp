@@ -8,6 +8,7 @@ namespace obrisim {
 bool BufferQueue::allocate(int count, size_t bytes)
 {
     release();
+    ++m_generation;
     const auto page = static_cast<size_t>(sysconf(_SC_PAGESIZE));
     m_length = (bytes + page - 1) / page * page;
     const size_t total = m_length * static_cast<size_t>(count);

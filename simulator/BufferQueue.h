@@ -11,7 +11,7 @@ enum class EBufferState : uint8_t { Dequeued, Queued, Filling, Done };
 /// One capture buffer, as the driver knows it.
 struct SBuffer {
     EBufferState state = EBufferState::Dequeued;
-    bool mapped = false;
+    int mappings = 0;     ///< of the program
     bool damaged = false; ///< comes back with the error flag
     uint32_t bytesUsed = 0, sequence = 0;
     int64_t timestampNs = 0; ///< monotonic
@@ -35,6 +35,7 @@ public:
     size_t length() const { return m_length; } ///< of each, whole pages
     size_t offset(int index) const { return m_length * static_cast<size_t>(index); }
     int memoryFd() const { return m_fd; }
+    int generation() const { return m_generation; } ///< another one with every allocation
     uint8_t* data(int index) const { return m_memory + offset(index); }
     SBuffer& at(int index) { return m_buffers[static_cast<size_t>(index)]; }
 
@@ -54,7 +55,7 @@ public:
     void cancel();
 
 private:
-    int m_fd = -1;
+    int m_fd = -1, m_generation = 0;
     uint8_t* m_memory = nullptr;
     size_t m_length = 0;
     std::vector<SBuffer> m_buffers;

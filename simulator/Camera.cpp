@@ -140,21 +140,28 @@ int Camera::ioctl(int fd, uint32_t request, void* argument)
     return argument ? (this->*serve)(*handle, argument) : -EFAULT;
 }
 
-int Camera::mapping(int fd, size_t length, int64_t offset)
+int Camera::map(int fd, size_t length, int64_t offset, SMapping& mapping)
 {
     std::lock_guard lock(m_monitor);
     if (m_gone)
         return -ENODEV;
     if (const int error = m_mapFault.error())
         return -error;
-    if (fd != m_owner)
+    if (fd != m_owner || offset % static_cast<int64_t>(m_buffers.length()) != 0 || length > m_buffers.length())
         return -EINVAL;
-    for (int i = 0; i < m_buffers.count(); ++i)
-        if (static_cast<int64_t>(m_buffers.offset(i)) == offset && length <= m_buffers.length()) {
-            m_buffers.at(i).mapped = true;
-            return m_buffers.memoryFd();
-        }
-    return -EINVAL;
+    const int64_t index = offset / static_cast<int64_t>(m_buffers.length());
+    if (index < 0 || index >= m_buffers.count())
+        return -EINVAL;
+    mapping = {m_buffers.memoryFd(), static_cast<int>(index), m_buffers.generation()};
+    ++m_buffers.at(mapping.index).mappings;
+    return 0;
+}
+
+void Camera::unmapped(const SMapping& mapping)
+{
+    std::lock_guard lock(m_monitor);
+    if (mapping.generation == m_buffers.generation() && mapping.index < m_buffers.count())
+        --m_buffers.at(mapping.index).mappings;
 }
 
 } // namespace obrisim

@@ -28,6 +28,12 @@ struct SHandle {
     uint32_t priority = V4L2_PRIORITY_DEFAULT;
 };
 
+/// One mapping of a buffer.
+struct SMapping {
+    int memoryFd = -1; ///< to be mapped at the same offset
+    int index = 0, generation = 0;
+};
+
 /// Which camera this is on the bus.
 struct SIdentity {
     int number = 0; ///< 0, 1, ...: its USB port
@@ -53,8 +59,10 @@ public:
     /// 0, or the negative errno.
     int ioctl(int fd, uint32_t request, void* argument);
 
-    /// The descriptor to map instead of this one, at the same offset, or the negative errno.
-    int mapping(int fd, size_t length, int64_t offset);
+    /// Finds what to map for this part of the descriptor and counts the mapping: 0, or the negative errno.
+    int map(int fd, size_t length, int64_t offset, SMapping& mapping);
+    /// The mapping has gone. libv4l2 asks for it: it refuses requests while a buffer says that it is mapped.
+    void unmapped(const SMapping& mapping);
 
     bool isGone();
     const SIdentity& identity() const { return m_identity; }

@@ -73,7 +73,7 @@ void Camera::describeBuffer(int index, v4l2_buffer& answer)
     answer.timestamp.tv_sec = buffer.timestampNs / 1'000'000'000;
     answer.timestamp.tv_usec = buffer.timestampNs / 1000 % 1'000'000;
     answer.flags = V4L2_BUF_FLAG_TIMESTAMP_MONOTONIC | V4L2_BUF_FLAG_TSTAMP_SRC_SOE | stateFlag(buffer.state);
-    answer.flags |= buffer.mapped ? V4L2_BUF_FLAG_MAPPED : 0;
+    answer.flags |= buffer.mappings > 0 ? V4L2_BUF_FLAG_MAPPED : 0;
     answer.flags |= buffer.damaged ? V4L2_BUF_FLAG_ERROR : 0;
 }
 

@@ -8,6 +8,7 @@
 #undef _FORTIFY_SOURCE
 #undef _FILE_OFFSET_BITS
 #include "Bus.h"
+#include "Mappings.h"
 
 #include <atomic>
 #include <cerrno>
@@ -23,6 +24,7 @@
 
 using obrisim::Bus;
 using obrisim::Camera;
+using obrisim::Mappings;
 
 namespace {
 
@@ -81,6 +83,20 @@ long passOn(long number, const long (&a)[6])
     return next.get()(number, a[0], a[1], a[2], a[3], a[4], a[5]);
 }
 
+/// mmap with its six arguments, on the memory behind a camera's descriptor.
+long mapBuffer(Camera& camera, int fd, const long (&a)[6])
+{
+    obrisim::SMapping mapping;
+    if (const int error = camera.map(fd, static_cast<size_t>(a[1]), a[5], mapping))
+        return answer(error);
+    const long address = passOn(SYS_mmap, {a[0], a[1], a[2], a[3], mapping.memoryFd, a[5]});
+    if (address == -1)
+        camera.unmapped(mapping);
+    else
+        Mappings::add(reinterpret_cast<const void*>(address), camera, mapping);
+    return address;
+}
+
 } // namespace
 
 EXPORTED long syscall(long number, ...)
@@ -100,12 +116,10 @@ EXPORTED long syscall(long number, ...)
         if (Camera* camera = Bus::cameraOf(fd))
             return answer(requestOf(*camera, fd, static_cast<unsigned long>(a[1]), reinterpret_cast<void*>(a[2])));
     } else if (number == SYS_mmap) {
-        if (Camera* camera = Bus::cameraOf(fd)) {
-            const int memory = camera->mapping(fd, static_cast<size_t>(a[1]), a[5]);
-            if (memory < 0)
-                return answer(memory);
-            a[4] = memory;
-        }
+        if (Camera* camera = Bus::cameraOf(fd))
+            return mapBuffer(*camera, fd, a);
+    } else if (number == SYS_munmap) {
+        Mappings::remove(reinterpret_cast<const void*>(a[0]));
     } else if (number == SYS_close && Bus::cameraOf(fd)) {
         Bus::close(fd);
         return 0;
@@ -180,15 +194,10 @@ EXPORTED int ioctl(int fd, unsigned long request, ...) noexcept
 
 static void* map(void* address, size_t length, int protection, int flags, int fd, off64_t offset)
 {
-    if (Camera* camera = Bus::cameraOf(fd)) {
-        fd = camera->mapping(fd, length, offset);
-        if (fd < 0) {
-            answer(fd);
-            return MAP_FAILED;
-        }
-    }
-    static constinit Following<void*(void*, size_t, int, int, int, off64_t)> next("mmap64");
-    return next.get()(address, length, protection, flags, fd, offset);
+    const long a[] = {reinterpret_cast<long>(address), static_cast<long>(length), protection, flags, fd, offset};
+    if (Camera* camera = Bus::cameraOf(fd))
+        return reinterpret_cast<void*>(mapBuffer(*camera, fd, a));
+    return reinterpret_cast<void*>(passOn(SYS_mmap, a));
 }
 
 EXPORTED void* mmap(void* address, size_t length, int protection, int flags, int fd, off_t offset) noexcept
@@ -199,6 +208,12 @@ EXPORTED void* mmap(void* address, size_t length, int protection, int flags, int
 EXPORTED void* mmap64(void* address, size_t length, int protection, int flags, int fd, off64_t offset) noexcept
 {
     return map(address, length, protection, flags, fd, offset);
+}
+
+EXPORTED int munmap(void* address, size_t length) noexcept
+{
+    Mappings::remove(address);
+    return static_cast<int>(passOn(SYS_munmap, {reinterpret_cast<long>(address), static_cast<long>(length)}));
 }
 
 EXPORTED int close(int fd)

@@ -103,14 +103,16 @@ protected:
     /// What the overlay of a taken frame of 176 x 128 says.
     libobribase::BinaryOverlay overlayOf(const v4l2_buffer& buffer)
     {
-        const int memory = m_camera->mapping(m_fd, buffer.length, buffer.m.offset);
-        void* data = mmap(nullptr, buffer.length, PROT_READ, MAP_SHARED, memory, buffer.m.offset);
+        SMapping mapping;
+        m_camera->map(m_fd, buffer.length, buffer.m.offset, mapping);
+        void* data = mmap(nullptr, buffer.length, PROT_READ, MAP_SHARED, mapping.memoryFd, buffer.m.offset);
         std::vector<uint16_t> row(176);
         for (size_t x = 0; x < row.size(); ++x) {
             const uint16_t word = static_cast<const uint16_t*>(data)[127 * 176 + x];
             row[x] = static_cast<uint16_t>(word << 8 | (word >> 8 & 15) << 4);
         }
         munmap(data, buffer.length);
+        m_camera->unmapped(mapping);
         libobribase::BinaryOverlay overlay;
         overlay.ParseBinaryOverlay(row.data(), 0, row.size());
         return overlay;
@@ -165,6 +167,29 @@ TEST_F(SimulatedCamera, BusyRulesHold)
         EXPECT_EQ(onBuffer(request, 0), -EBUSY);
     EXPECT_EQ(streaming(VIDIOC_STREAMON), -EBUSY);
     EXPECT_EQ(setFormat(176, 128), 0);
+}
+
+// libv4l2 asks for the flag, and refuses to free buffers that carry it.
+TEST_F(SimulatedCamera, BuffersSayWhetherTheyAreMapped)
+{
+    plug({});
+    ASSERT_EQ(requestBuffers(2), 0);
+    const auto flagsOf = [this](uint32_t index) {
+        v4l2_buffer buffer = bufferRecord(index);
+        ask(VIDIOC_QUERYBUF, buffer);
+        return buffer.flags;
+    };
+    v4l2_buffer second = bufferRecord(1);
+    ASSERT_EQ(ask(VIDIOC_QUERYBUF, second), 0);
+    SMapping mapping, none;
+    EXPECT_EQ(m_camera->map(m_fd, second.length, second.m.offset + 4096, none), -EINVAL);
+    EXPECT_EQ(m_camera->map(m_fd, second.length, 2 * second.m.offset, none), -EINVAL);
+    ASSERT_EQ(m_camera->map(m_fd, second.length, second.m.offset, mapping), 0);
+    EXPECT_EQ(flagsOf(0), 0x00012000u);
+    EXPECT_EQ(flagsOf(1), 0x00012001u);
+    ASSERT_EQ(requestBuffers(2), 0);
+    m_camera->unmapped(mapping); // of memory let go of before: counts for nothing
+    EXPECT_EQ(flagsOf(1), 0x00012000u);
 }
 
 TEST_F(SimulatedCamera, DescriptorIsReadableUnlessItStreamsWithoutAFrame)
@@ -256,8 +281,9 @@ TEST_F(SimulatedCamera, RequestFaultsFailAsOftenAsAsked)
     uint32_t granted = 0;
     EXPECT_EQ(requestBuffers(5, &granted), 0);
     EXPECT_EQ(granted, 2u);
-    EXPECT_EQ(m_camera->mapping(m_fd, 4096, 0), -ENOMEM);
-    EXPECT_GE(m_camera->mapping(m_fd, 4096, 0), 0);
+    SMapping mapping;
+    EXPECT_EQ(m_camera->map(m_fd, 4096, 0, mapping), -ENOMEM);
+    EXPECT_EQ(m_camera->map(m_fd, 4096, 0, mapping), 0);
     EXPECT_EQ(onBuffer(VIDIOC_QBUF, 0), 0);
     EXPECT_EQ(onBuffer(VIDIOC_QBUF, 1), -EIO);
     EXPECT_EQ(onBuffer(VIDIOC_QBUF, 1), 0);
