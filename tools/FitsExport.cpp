@@ -89,7 +89,7 @@ void writeStatus(FitsImage& fits, const SAdvStatus& status)
         if (status.has(dop.entry))
             writeFinite(fits, dop.key, dop.value, 2, "GPS dilution of precision");
     if (status.has(EAdvStatus::Temperature))
-        writeFinite(fits, "TEMPRAW", status.temperature, 8, "raw temperature code, -999: no reading");
+        writeFinite(fits, "TEMPRAW", status.temperature, 8, "raw temperature code, -999: none");
 }
 
 /// Position from the recording's metadata, which hold no longitude.
