@@ -1,9 +1,15 @@
 #include "FrameProcessing.h"
 
+#include "BinaryOverlay.h"
+#include "CameraStatus.h"
 #include "DateTime.h"
 #include "Font.h"
 #include "PixelKernels.h"
 #include "PixelReference.h"
+
+#include <cstddef>
+
+#include "OverlayRow.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -311,6 +317,25 @@ TEST_P(PcTime, IsDrawnInTheTopLeftCorner)
         EXPECT_EQ(frame.processing.m_textWidth, 208);
         EXPECT_EQ(frame.processing.m_textHeight, 16);
     }
+}
+
+TEST(FrameOverlay, IsReadFromTheLastRowAndTellsTheStatus)
+{
+    Frame frame(200, 3, 0, EContent::Sky, 7);
+    std::copy_n(OverlayRow().row(), 128, frame.pixels.data() + 400);
+    libobribase::BinaryOverlay overlay;
+    libobribase::CameraStatus status;
+    frame.processing.UpdateBinaryOverlay(&overlay);
+    frame.processing.UpdateCameraStatus(&overlay, &status);
+    EXPECT_TRUE(overlay.m_isValid);
+    EXPECT_EQ(overlay.m_frameId, 0x01020304u);
+    EXPECT_EQ(status.m_systemTime.year, 2024);
+    EXPECT_EQ(status.m_systemTime.milliseconds, 250);
+    EXPECT_EQ(status.m_updateCount, 1);
+
+    Frame narrow(100, 1, 0, EContent::Random, 8); // nothing to read behind the row
+    narrow.processing.UpdateBinaryOverlay(&overlay);
+    EXPECT_FALSE(overlay.m_isValid);
 }
 
 } // namespace
