@@ -4,6 +4,7 @@
 #include <stdlib.h>
 #include <sys/wait.h>
 #include <unistd.h>
+#include <X11/Xlib.h>
 
 #include <fstream>
 #include <sstream>
@@ -14,6 +15,7 @@ namespace {
 
 constexpr char sBusName[] = "org.obricam.camctl";
 constexpr char sWindowPath[] = "/org/obricam/camctl/window/1";
+constexpr char sTitle[] = "OBRI Cam Control";
 constexpr char sActionsInterface[] = "org.gtk.Actions";
 
 std::string errorText(GError* error)
@@ -141,6 +143,9 @@ Program::Program(SOptions options) : m_folder(std::move(options.folder))
     g_subprocess_launcher_setenv(launcher.get(), "DBUS_SESSION_BUS_ADDRESS", Desktop::instance().busAddress().c_str(),
                                  TRUE);
     g_subprocess_launcher_setenv(launcher.get(), "NO_AT_BRIDGE", "1", TRUE);
+    g_subprocess_launcher_setenv(launcher.get(), "LOCPATH", OBRI_LOCALES, TRUE);
+    g_subprocess_launcher_setenv(launcher.get(), "LC_NUMERIC", "de_DE.UTF-8", TRUE);
+    g_subprocess_launcher_setenv(launcher.get(), "TZ", "Pacific/Auckland", TRUE);
     for (const auto& [name, value] : options.environment)
         g_subprocess_launcher_setenv(launcher.get(), name.c_str(), value.c_str(), TRUE);
 
@@ -241,8 +246,7 @@ void Program::runXdotool(const std::vector<std::string>& words) const
 {
     GObjectHandle<GSubprocessLauncher> launcher(g_subprocess_launcher_new(G_SUBPROCESS_FLAGS_STDOUT_SILENCE));
     g_subprocess_launcher_setenv(launcher.get(), "DISPLAY", Desktop::instance().display().c_str(), TRUE);
-    std::vector<std::string> all{"xdotool",          "search",      "--onlyvisible", "--name",
-                                 "OBRI Cam Control", "windowfocus", "--sync"};
+    std::vector<std::string> all{"xdotool", "search", "--onlyvisible", "--name", sTitle, "windowfocus", "--sync"};
     all.insert(all.end(), words.begin(), words.end());
     const auto process = spawn(launcher.get(), all);
     GError* error = nullptr;
@@ -255,9 +259,63 @@ void Program::key(const std::string& keys)
     runXdotool({"key", "--delay", "30", keys});
 }
 
+void Program::tryKey(const std::string& keys)
+{
+    try {
+        key(keys);
+    } catch (const std::runtime_error&) {
+        // The program may be on its way out.
+    }
+}
+
+unsigned long Program::windowId() const
+{
+    GObjectHandle<GSubprocessLauncher> launcher(g_subprocess_launcher_new(G_SUBPROCESS_FLAGS_STDOUT_PIPE));
+    g_subprocess_launcher_setenv(launcher.get(), "DISPLAY", Desktop::instance().display().c_str(), TRUE);
+    const auto process = spawn(launcher.get(), {"xdotool", "search", "--onlyvisible", "--name", sTitle});
+    return std::stoul(firstLineOf(process.get()));
+}
+
+void Program::closeWindow()
+{
+    Display* display = XOpenDisplay(Desktop::instance().display().c_str());
+    if (!display)
+        throw std::runtime_error("no display");
+    XEvent event{};
+    event.xclient.type = ClientMessage;
+    event.xclient.window = windowId();
+    event.xclient.message_type = XInternAtom(display, "WM_PROTOCOLS", False);
+    event.xclient.format = 32;
+    event.xclient.data.l[0] = static_cast<long>(XInternAtom(display, "WM_DELETE_WINDOW", False));
+    event.xclient.data.l[1] = CurrentTime;
+    XSendEvent(display, event.xclient.window, False, NoEventMask, &event);
+    XCloseDisplay(display);
+}
+
+void Program::selectRow(const std::string& mnemonic, int row)
+{
+    key(mnemonic);
+    key("Home");
+    for (int step = 0; step < row; ++step)
+        key("Down");
+}
+
 void Program::type(const std::string& text)
 {
     runXdotool({"type", "--delay", "30", text});
+}
+
+void Program::click(int x, int y)
+{
+    drag(x, y, 0, 0);
+}
+
+void Program::drag(int x, int y, int dx, int dy)
+{
+    const std::string window = std::to_string(windowId());
+    runXdotool({"mousemove", "--window", window, std::to_string(x), std::to_string(y), "mousedown", "1",
+                "mousemove_relative", "--", std::to_string(dx / 2), std::to_string(dy / 2), "mousemove_relative", "--",
+                std::to_string(dx - dx / 2), std::to_string(dy - dy / 2), "mouseup", "1"});
 }
 
 void Program::screenshot(const std::filesystem::path& png) const

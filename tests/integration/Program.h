@@ -53,11 +53,11 @@ private:
 class Program {
 public:
     struct SOptions {
-        std::vector<std::string> simulator; ///< options of obri-simcam
-        std::vector<std::string> arguments; ///< options of obri-camctl
-        std::vector<std::pair<std::string, std::string>> environment;
+        std::vector<std::string> simulator = {}; ///< options of obri-simcam
+        std::vector<std::string> arguments = {}; ///< options of obri-camctl
+        std::vector<std::pair<std::string, std::string>> environment = {};
         bool withDisplay = true;
-        std::filesystem::path folder; ///< to run in; a new temporary one when empty
+        std::filesystem::path folder = {}; ///< to run in; a new temporary one when empty
     };
 
     explicit Program(SOptions options);
@@ -86,8 +86,17 @@ public:
     bool waitUntilEnabled(const std::string& action, Seconds deadline = Seconds(20)) const;
     /// Sends keys to the window: "ctrl+q", "Tab".
     void key(const std::string& keys);
+    /// The same, but a window that is gone is no error.
+    void tryKey(const std::string& keys);
+    /// Asks the window to close, as a window manager does.
+    void closeWindow();
+    /// Focuses a combo box by its mnemonic ("alt+e") and walks to a row.
+    void selectRow(const std::string& mnemonic, int row);
     /// Types text into the focused control.
     void type(const std::string& text);
+    /// Presses the primary button at a point of the window and lets it go, there or after a move.
+    void click(int x, int y);
+    void drag(int x, int y, int dx, int dy);
     void screenshot(const std::filesystem::path& png) const;
 
     void signal(int number);
@@ -100,6 +109,7 @@ public:
     int processId() const;
 
 private:
+    unsigned long windowId() const;
     void runXdotool(const std::vector<std::string>& words) const;
 
     std::filesystem::path m_folder;

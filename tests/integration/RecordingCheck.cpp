@@ -1,0 +1,130 @@
+#include "RecordingCheck.h"
+
+#include <charconv>
+#include <sstream>
+#include <stdexcept>
+
+namespace {
+
+constexpr int64_t sNsPerMs = 1'000'000;
+constexpr int64_t sUnixSecondsOf2010 = 1'262'304'000;
+
+int64_t overlayTime(int64_t unixNs)
+{
+    return (unixNs / sNsPerMs) * sNsPerMs - sUnixSecondsOf2010 * 1'000'000'000;
+}
+
+/// Collects findings, and stops collecting when a fault repeats for every frame.
+class Findings {
+public:
+    void add(const std::string& text)
+    {
+        if (m_lines.size() < 20)
+            m_lines.push_back(text);
+    }
+    std::vector<std::string> take() { return std::move(m_lines); }
+
+private:
+    std::vector<std::string> m_lines;
+};
+
+void compareFrame(obriadv::AdvFile& file, size_t n, const SCameraFrame& sent, EPixels expected, Findings& findings)
+{
+    const obriadv::SAdvFrame& frame = file.frames()[n];
+    const std::string name = "frame " + std::to_string(n) + " (camera " + std::to_string(sent.id) + "): ";
+    if (!sent.sent)
+        findings.add(name + "the camera never sent it");
+    if (frame.startNs != sent.startNs || frame.endNs != sent.endNs)
+        findings.add(name + "times " + std::to_string(frame.startNs) + " to " + std::to_string(frame.endNs) +
+                     ", sent " + std::to_string(sent.startNs) + " to " + std::to_string(sent.endNs));
+    if (frame.midNs != static_cast<uint64_t>((sent.startNs + sent.endNs) / 2))
+        findings.add(name + "mid-exposure is not the middle");
+    if (frame.durationNs != static_cast<uint32_t>(sent.endNs - sent.startNs))
+        findings.add(name + "duration is not the exposure");
+    if (frame.status.systemTimeNs != sent.startNs)
+        findings.add(name + "system time is not the start of the exposure");
+    std::vector<uint16_t> pixels;
+    std::string error;
+    if (!file.readPixels(n, pixels, error))
+        findings.add(name + error);
+    else if (expected == EPixels::AsSent && hashOf(pixels) != sent.hash)
+        findings.add(name + "other pixels than sent");
+}
+
+void compareIndex(const obriadv::AdvFile& file, Findings& findings)
+{
+    const auto& frames = file.frames();
+    const auto& index = file.index();
+    if (!index.isPresent || index.mainCount != frames.size() || file.header().streams.at(0).frameCount != frames.size())
+        return findings.add("index and counts do not hold " + std::to_string(frames.size()) + " frames");
+    for (size_t n = 0; n < frames.size(); ++n) {
+        const uint64_t ticks = static_cast<uint64_t>((frames[n].startNs - frames[0].startNs) / 100);
+        if (index.entries[n].offset != static_cast<uint32_t>(frames[n].offset) ||
+            index.entries[n].length != frames[n].length || index.entries[n].ticks != static_cast<uint32_t>(ticks))
+            findings.add("index entry " + std::to_string(n) + " is not its frame's");
+    }
+}
+
+} // namespace
+
+std::map<uint32_t, SCameraFrame> parseFrameLog(const std::vector<std::string>& lines)
+{
+    std::map<uint32_t, SCameraFrame> frames;
+    for (const std::string& line : lines) {
+        std::istringstream words(line);
+        SCameraFrame frame;
+        std::string fate, hash;
+        int64_t start = 0, end = 0;
+        if (!(words >> frame.id >> fate >> start >> end >> frame.width >> frame.height >> hash))
+            throw std::runtime_error("frame log: " + line);
+        frame.sent = fate == "sent";
+        frame.startNs = overlayTime(start);
+        frame.endNs = overlayTime(end);
+        std::from_chars(hash.data(), hash.data() + hash.size(), frame.hash, 16);
+        frames[frame.id] = frame;
+    }
+    return frames;
+}
+
+uint64_t hashOf(const std::vector<uint16_t>& pixels)
+{
+    uint64_t hash = 0xcbf29ce484222325;
+    for (const uint16_t pixel : pixels) {
+        hash = (hash ^ (pixel & 0xff)) * 0x100000001b3;
+        hash = (hash ^ (pixel >> 8)) * 0x100000001b3;
+    }
+    return hash;
+}
+
+std::vector<std::string> differences(const std::filesystem::path& recording,
+                                     const std::map<uint32_t, SCameraFrame>& camera, EPixels pixels)
+{
+    Findings findings;
+    obriadv::AdvFile file;
+    if (const std::string error = file.open(recording); !error.empty())
+        return {error};
+    for (const auto& damage : file.damage())
+        findings.add("at byte " + std::to_string(damage.offset) + ": " + damage.text);
+    for (const auto& region : file.regions())
+        if (region.kind == obriadv::EAdvRegion::Unaccounted)
+            findings.add(std::to_string(region.length) + " unaccounted bytes at " + std::to_string(region.offset));
+
+    for (size_t n = 0; n < file.frames().size(); ++n) {
+        const uint32_t id = file.frames()[n].status.cameraFrameId;
+        const auto sent = camera.find(id);
+        if (sent == camera.end()) {
+            findings.add("frame " + std::to_string(n) + ": the camera made none of number " + std::to_string(id));
+            continue;
+        }
+        compareFrame(file, n, sent->second, pixels, findings);
+        if (n == 0)
+            continue;
+        for (uint32_t missing = file.frames()[n - 1].status.cameraFrameId + 1; missing < id; ++missing)
+            if (const auto lost = camera.find(missing); lost != camera.end() && lost->second.sent)
+                findings.add("camera frame " + std::to_string(missing) + " was sent and is missing");
+        if (id <= file.frames()[n - 1].status.cameraFrameId)
+            findings.add("frame " + std::to_string(n) + " is out of order");
+    }
+    compareIndex(file, findings);
+    return findings.take();
+}

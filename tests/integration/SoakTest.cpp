@@ -1,0 +1,198 @@
+#include "ProcessGauge.h"
+#include "Program.h"
+#include "RecordingCheck.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <random>
+#include <thread>
+
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Not;
+
+namespace {
+
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+constexpr bool sSanitized = true;
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
+constexpr bool sSanitized = true;
+#else
+constexpr bool sSanitized = false;
+#endif
+#else
+constexpr bool sSanitized = false;
+#endif
+
+/// Seconds that a run takes; the long forms set another number.
+double soakSeconds()
+{
+    const char* text = getenv("OBRI_SOAK_SECONDS");
+    return text ? atof(text) : 30.0;
+}
+
+unsigned soakSeed()
+{
+    const char* text = getenv("OBRI_SOAK_SEED");
+    return text ? static_cast<unsigned>(atoi(text)) : 704;
+}
+
+/// An observer who cannot decide: does one thing after another at random.
+class RestlessObserver {
+public:
+    RestlessObserver(Program& program, unsigned seed) : m_program(program), m_random(seed) {}
+
+    void act()
+    {
+        struct SHabit {
+            int weight;
+            void (RestlessObserver::*habit)();
+        };
+        static constexpr SHabit sHabits[] = {
+            {4, &RestlessObserver::changeList},    {3, &RestlessObserver::changeNumber},
+            {3, &RestlessObserver::toggle},        {3, &RestlessObserver::dragHistogram},
+            {2, &RestlessObserver::pressPreset},   {4, &RestlessObserver::recordOrStop},
+            {1, &RestlessObserver::streamOrStop},  {1, &RestlessObserver::takeSingleFrame},
+            {1, &RestlessObserver::doNothingMuch},
+        };
+        int at = upTo(22);
+        for (const SHabit& each : sHabits)
+            if ((at -= each.weight) < 0)
+                return (this->*each.habit)();
+    }
+
+    int upTo(int end) { return static_cast<int>(m_random() % static_cast<unsigned>(end)); }
+
+private:
+    void changeList()
+    {
+        struct SList {
+            const char* mnemonic;
+            int rows;
+        };
+        static constexpr SList sLists[] = {{"alt+e", 5}, {"alt+g", 49}, {"alt+l", 4},
+                                           {"alt+o", 3}, {"alt+a", 3},  {"alt+z", 5}};
+        const SList& list = sLists[upTo(6)];
+        m_program.selectRow(list.mnemonic, upTo(std::min(list.rows, 6)));
+    }
+
+    void changeNumber()
+    {
+        m_program.key(upTo(2) ? "alt+x" : "alt+b");
+        m_program.key("ctrl+a");
+        m_program.type(std::to_string(upTo(200)));
+    }
+
+    void toggle()
+    {
+        static constexpr const char* sMnemonics[] = {"alt+h", "alt+n", "alt+i", "alt+p", "alt+v", "alt+s"};
+        m_program.key(sMnemonics[upTo(6)]);
+    }
+
+    void dragHistogram() { m_program.drag(560 + upTo(600), 150 + upTo(110), upTo(400) - 200, upTo(60) - 30); }
+    void pressPreset() { m_program.click(498, 140 + 35 * upTo(4)); }
+
+    void recordOrStop()
+    {
+        if (m_program.isEnabled("stopRecording"))
+            m_program.activate("stopRecording");
+        else
+            // FITS sequences are many files: one start in eight.
+            m_program.activate(upTo(8) ? "startRecordingAdv" : "startRecordingFits");
+    }
+
+    void streamOrStop()
+    {
+        m_program.activate(m_program.isEnabled("startStreaming") ? "startStreaming" : "stopStreaming");
+    }
+
+    void takeSingleFrame()
+    {
+        static constexpr const char* sActions[] = {"singleFitsLight", "singleFitsDark", "singleFitsFlat"};
+        m_program.activate(sActions[upTo(3)]);
+    }
+
+    void doNothingMuch() { std::this_thread::sleep_for(std::chrono::milliseconds(upTo(1500))); }
+
+    Program& m_program;
+    std::mt19937 m_random;
+};
+
+/// Holds every recording in the folder against what the camera sent, then deletes it: full frames fill disks.
+size_t checkRecordings(const Program& program)
+{
+    const auto camera = parseFrameLog(program.frameLog());
+    size_t frames = 0;
+    for (const auto& entry : std::filesystem::directory_iterator(program.folder())) {
+        if (entry.path().extension() != ".adv")
+            continue;
+        EXPECT_THAT(differences(entry.path(), camera, EPixels::MayBeStamped), IsEmpty()) << entry.path();
+        obriadv::AdvFile file;
+        if (file.open(entry.path()).empty())
+            frames += file.frames().size();
+        std::filesystem::remove(entry.path());
+    }
+    return frames;
+}
+
+void printFigures(const ProcessGauge& gauge, size_t actions, size_t recorded, const Program& program)
+{
+    size_t sent = 0, lost = 0;
+    for (const auto& [id, frame] : parseFrameLog(program.frameLog()))
+        ++(frame.sent ? sent : lost);
+    printf("soak: %.0f s, %zu actions, camera sent %zu frames and dropped %zu for want of a buffer, %zu recorded\n",
+           gauge.samples().back().seconds, actions, sent, lost, recorded);
+    for (const double share : {0.25, 0.5, 0.75, 0.99})
+        printf("soak: after %2.0f %%: %zu KiB resident, %zu descriptors, %zu threads\n", share * 100,
+               gauge.median(&SProcessSample::residentKiB, share - 0.1, share),
+               gauge.median(&SProcessSample::descriptors, share - 0.1, share),
+               gauge.median(&SProcessSample::threads, share - 0.1, share));
+}
+
+} // namespace
+
+// Fails when any order of an observer's doings crashes the program, spoils a recording, loses a frame that the
+// camera sent, or makes it hold more and more memory, descriptors or threads.
+TEST(Soak, RandomActionsLoseNothing)
+{
+    Program program({.simulator = {"--gps-fix-after", "1"}});
+    ASSERT_TRUE(program.waitForWindow(Seconds(60)));
+    ASSERT_TRUE(program.waitUntilEnabled("startRecordingAdv", Seconds(90)));
+    ASSERT_TRUE(program.waitForFrames(3, Seconds(60)));
+
+    ProcessGauge gauge(program.processId());
+    RestlessObserver observer(program, soakSeed());
+    size_t actions = 0, recorded = 0;
+    const auto end = std::chrono::steady_clock::now() + Seconds(soakSeconds());
+    while (std::chrono::steady_clock::now() < end && !program.hasEnded()) {
+        ASSERT_NO_THROW(observer.act()) << program.standardError();
+        ++actions;
+        ASSERT_TRUE(gauge.sample()) << program.standardError();
+        if (actions % 50 == 0) {
+            if (program.isEnabled("stopRecording"))
+                program.activate("stopRecording");
+            recorded += checkRecordings(program);
+            std::filesystem::remove_all(program.folder() / "fits");
+        }
+    }
+    ASSERT_FALSE(program.hasEnded()) << "status " << program.exitStatus() << "\n" << program.standardError();
+    program.activate("quit");
+    ASSERT_TRUE(program.waitForEnd(Seconds(60)));
+    EXPECT_EQ(program.exitStatus(), 0) << program.standardError();
+    recorded += checkRecordings(program);
+    printFigures(gauge, actions, recorded, program);
+    EXPECT_GT(recorded, 0u);
+    EXPECT_THAT(program.standardError(), Not(HasSubstr("Sanitizer")));
+
+    EXPECT_LE(gauge.median(&SProcessSample::descriptors, 0.9, 1),
+              gauge.median(&SProcessSample::descriptors, 0.1, 0.3) + 4);
+    EXPECT_LE(gauge.median(&SProcessSample::threads, 0.9, 1), gauge.median(&SProcessSample::threads, 0.1, 0.3) + 3);
+    if (!sSanitized) {
+        // Larger frames touch more of the buffers that were there from the start: 64 MiB of slack, not a byte an hour.
+        EXPECT_LE(gauge.median(&SProcessSample::residentKiB, 0.9, 1),
+                  gauge.median(&SProcessSample::residentKiB, 0.3, 0.5) + 64 * 1024);
+    }
+}
