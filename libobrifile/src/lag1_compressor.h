@@ -10,9 +10,9 @@ namespace libobrifile {
 /// Lossless compression of one 16-bit monochrome image at a time ("LAGARITH16" layout): a table of the
 /// image's own sample frequencies, then its samples in a range code against that table.
 ///
-/// An instance holds every table it needs (2.8 MB) and allocates nothing afterwards: make
-/// one on the heap for a recording and reuse it for every frame. Not to be shared between threads
-/// without a lock; otherwise any thread. docs/lagarith16.md describes the bytes.
+/// An instance holds every table it needs (2.8 MB) and allocates nothing afterwards: make one on the
+/// heap for a recording and reuse it for every frame. Any thread, but one at a time. docs/lagarith16.md describes the
+/// bytes.
 class Compressor {
 public:
     /// @param frame_width, frame_height  samples a line and lines; 0 or less ends the process, and so
@@ -22,12 +22,10 @@ public:
     /// The most samples that an image may have: sizes in bytes are ints.
     static constexpr int MaxSamples = 1 << 29;
 
-    /// Bytes that the output buffer of CompressData must have; at most ScratchBytes are touched, and
-    /// the result is never larger than 2 * width * height + 8.
+    /// Bytes that the output buffer of CompressData must have: those of a raw block, the largest result.
     static constexpr size_t ScratchBytes(int frame_width, int frame_height)
     {
-        return 2 * static_cast<size_t>(frame_width) * static_cast<size_t>(frame_height) + RawMarkerBytes +
-               sRangeCodeSlack;
+        return 2 * static_cast<size_t>(frame_width) * static_cast<size_t>(frame_height) + RawMarkerBytes;
     }
 
     /// Compresses width * height samples and returns the number of bytes written. Cannot fail: an image
@@ -60,6 +58,7 @@ public:
 private:
     static constexpr int Values = 65536;
     static constexpr size_t RawMarkerBytes = 8;
+    static_assert(sRangeCodeSlack <= RawMarkerBytes); // a code that is given up stays within the raw block
 
     /// What reading a table found.
     struct STable {

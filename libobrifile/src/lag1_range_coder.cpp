@@ -14,10 +14,6 @@ namespace {
 constexpr uint32_t sFullRange = 0x80000000;
 constexpr uint32_t sNarrow = 1u << 23; // at or below it the range is widened, by bytes until it is above
 
-// Samples between two looks at the room that is left.
-constexpr size_t sStretch = 256;
-static_assert(sStretch * sMostCodeBytesPerSample + sizeof(uint64_t) <= sRangeCodeSlack);
-
 void storeBigEndian(uint8_t* at, uint64_t number)
 {
     if constexpr (std::endian::native == std::endian::little)
@@ -109,12 +105,14 @@ size_t compressWithin(std::span<const unsigned short> src, uint8_t* dest, size_t
     if (done == src.size())
         encoder.finish();
     const auto headBytes = static_cast<size_t>(encoder.out - (head + 4));
-    memcpy(dest, head + 4, headBytes + sLeastCodeBytes);
+    memcpy(dest, head + 4, std::min(headBytes + sLeastCodeBytes, room));
     encoder.out = dest + headBytes;
 
+    // As many samples at a time as surely find room; at the very end one by one.
     const auto size = [&] { return static_cast<size_t>(encoder.out - dest) + sLeastCodeBytes; };
     while (done < src.size() && size() < room) {
-        const auto stretch = src.subspan(done, std::min(sStretch, src.size() - done));
+        const size_t sure = std::max<size_t>((room - size()) / sMostCodeBytesPerSample, 1);
+        const auto stretch = src.subspan(done, std::min(sure, src.size() - done));
         encode(encoder, stretch, sliceOfSample);
         done += stretch.size();
         if (done == src.size())

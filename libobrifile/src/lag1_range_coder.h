@@ -73,7 +73,7 @@ size_t RangeCompress(std::span<const unsigned short> src, uint8_t* dest, size_t 
 constexpr size_t sLeastCodeBytes = 4, sMostCodeBytesPerSample = 3;
 
 /// How far beyond its room the encoder above may write before it notices.
-constexpr size_t sRangeCodeSlack = 1024;
+constexpr size_t sRangeCodeSlack = 8;
 
 /// Decodes length samples from a code that the caller knows to be whole, and returns 1.
 ///
