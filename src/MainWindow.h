@@ -136,5 +136,6 @@ private:
     std::atomic<bool> m_histogramStale{false};
     sigc::connection m_resolutionConnection, m_timer;
     int m_timerTicks = 0;
+    bool m_holdsOffSuspend = false;
     guint m_inhibitCookie = 0;
 };

@@ -71,8 +71,9 @@ void MainWindow::enableControls()
 /// Asks the desktop to stay awake while a recording runs.
 void MainWindow::holdOffSuspend(bool recording)
 {
-    if (recording == (m_inhibitCookie != 0))
+    if (recording == m_holdsOffSuspend)
         return;
+    m_holdsOffSuspend = recording;
     const auto app = Glib::RefPtr<Gtk::Application>::cast_dynamic(Gio::Application::get_default());
     if (!app)
         return;
@@ -80,7 +81,7 @@ void MainWindow::holdOffSuspend(bool recording)
         m_inhibitCookie = app->inhibit(
             *this, Gtk::APPLICATION_INHIBIT_SUSPEND | Gtk::APPLICATION_INHIBIT_IDLE | Gtk::APPLICATION_INHIBIT_LOGOUT,
             "Recording from the camera");
-    } else {
+    } else if (m_inhibitCookie) { // 0: nobody on this desktop could be asked
         app->uninhibit(m_inhibitCookie);
         m_inhibitCookie = 0;
     }

@@ -129,4 +129,13 @@ TEST_F(BrokenResource, UntouchedPartsBuildAWindow)
     EXPECT_EQ(m_status, 0);
 }
 
+TEST_F(BrokenResource, AShaderThatDoesNotCompileLeavesTheRest)
+{
+    overlay("glarea-gl.fs.glsl", "vec4(texel.b", "vec5(texel.b");
+    const std::string output = build();
+    EXPECT_THAT(output, HasSubstr("Compile failure in fragment shader: "));
+    EXPECT_THAT(output, HasSubstr("MainWindow constructor complete\n"));
+    EXPECT_EQ(m_status, 0);
+}
+
 } // namespace
