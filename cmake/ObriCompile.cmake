@@ -20,7 +20,7 @@ if(OBRI_WERROR)
 endif()
 
 if(OBRI_SANITIZE)
-    add_compile_options(-fsanitize=${OBRI_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all -g)
+    add_compile_options(-fsanitize=${OBRI_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all -g1)
     add_link_options(-fsanitize=${OBRI_SANITIZE})
 endif()
 
