@@ -1,20 +1,15 @@
 #include "RenderPreview.h"
 
-#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <gdkmm/glcontext.h>
-#include <giomm/resource.h>
-#include <gtkmm/enums.h>
 #include <iostream>
 #include <utility>
 
 namespace {
 
-constexpr char sResourcePrefix[] = "/org/obricam/camctl/";
 constexpr int sOldestGl = 33, sOldestGles = 20; // as libepoxy counts: 10 * major + minor
 constexpr int sVertices = 6;
-constexpr GLuint sPositionAttribute = 0, sUvAttribute = 1;
 
 // Two triangles over the whole area, (x, y, z, w) each.
 constexpr GLfloat sQuad[sVertices * 4] = {
@@ -26,30 +21,6 @@ void printError(const char* where, const Glib::Error& error)
 {
     std::cerr << "Error in " << where << ": " << error.domain() << ", " << error.code() << ", " << error.what()
               << std::endl;
-}
-
-std::string infoLogOf(GLuint object, PFNGLGETSHADERIVPROC getParameter, PFNGLGETSHADERINFOLOGPROC getLog)
-{
-    GLint length = 0;
-    getParameter(object, GL_INFO_LOG_LENGTH, &length);
-    std::string log(length > 0 ? length : 1, '\0');
-    getLog(object, static_cast<GLsizei>(log.size()), nullptr, log.data());
-    log.resize(std::min(log.size(), log.find('\0')));
-    return log;
-}
-
-/// The text of a resource; empty after a line on standard error.
-std::string shaderText(const std::string& name, const char* kind)
-{
-    try {
-        const auto bytes = Gio::Resource::lookup_data_global(sResourcePrefix + name);
-        gsize size = 0;
-        const auto* text = static_cast<const char*>(bytes->get_data(size));
-        return std::string(text, size);
-    } catch (const Glib::Error&) {
-        std::cerr << "Failed fetching " << kind << " shader resource" << std::endl;
-        return {};
-    }
 }
 
 } // namespace
@@ -112,16 +83,21 @@ void RenderPreview::onGlDispatchDraw()
     try {
         glPreviewArea->make_current();
         glPreviewArea->throw_if_error();
-        if (glPreviewArea->get_width() != frameW || glPreviewArea->get_height() != frameH)
-            glPreviewArea->set_size_request(frameW, frameH);
-        if (m_textureW != frameW || m_textureH != frameH)
-            setTextureCoordinates();
+        fitAreaToFrame();
         uploadTexture();
         glPreviewArea->queue_draw();
         m_drawPending = true;
     } catch (const Glib::Error& error) {
         printError("onGlDispatchDraw", error);
     }
+}
+
+void RenderPreview::fitAreaToFrame()
+{
+    if (glPreviewArea->get_width() != frameW || glPreviewArea->get_height() != frameH)
+        glPreviewArea->set_size_request(frameW, frameH);
+    if (m_textureW != frameW || m_textureH != frameH)
+        setTextureCoordinates();
 }
 
 /// Shows the corner of the texture that the frame fills; v runs downwards like the image's rows.
@@ -174,6 +150,7 @@ void RenderPreview::onGlRealize()
         else
             initGlShaders("glarea-gl.vs.glsl", "glarea-gl.fs.glsl");
         m_acceptsFrames.store(m_Program != 0, std::memory_order_release);
+        glDrawingDispatcher.emit(); // an area that comes back shows what it showed
     } catch (const Glib::Error& error) {
         printError("onGlRealize", error);
         showProblem("No preview: OpenGL is not available (" + error.what() + ")");
@@ -226,41 +203,13 @@ void RenderPreview::initGlBuffers()
 
 void RenderPreview::initGlShaders(const std::string& vertexResource, const std::string& fragmentResource)
 {
-    const std::string vertexText = shaderText(vertexResource, "vertex");
-    const std::string fragmentText = shaderText(fragmentResource, "fragment");
-    const GLuint vertex = create_shader(GL_VERTEX_SHADER, vertexText.c_str());
-    const GLuint fragment = create_shader(GL_FRAGMENT_SHADER, fragmentText.c_str());
-    if (vertex && fragment)
-        linkProgram(vertex, fragment);
-    if (vertex)
-        glDeleteShader(vertex);
-    if (fragment)
-        glDeleteShader(fragment);
-    if (!m_Program)
+    m_Program = buildPreviewProgram(vertexResource, fragmentResource);
+    if (!m_Program) {
         showProblem("No preview: the shaders do not run on this OpenGL");
-}
-
-void RenderPreview::linkProgram(GLuint vertex, GLuint fragment)
-{
-    m_Program = glCreateProgram();
-    glAttachShader(m_Program, vertex);
-    glAttachShader(m_Program, fragment);
-    // GLSL ES has no layout for inputs before version 300.
-    glBindAttribLocation(m_Program, sPositionAttribute, "position");
-    glBindAttribLocation(m_Program, sUvAttribute, "vertexUV");
-    glLinkProgram(m_Program);
-    GLint linked = 0;
-    glGetProgramiv(m_Program, GL_LINK_STATUS, &linked);
-    if (!linked) {
-        std::cerr << "Linking failure:" << infoLogOf(m_Program, glGetProgramiv, glGetProgramInfoLog) << std::endl;
-        glDeleteProgram(m_Program);
-        m_Program = 0;
         return;
     }
     m_Mvp = glGetUniformLocation(m_Program, "mvp");
     textureID = glGetUniformLocation(m_Program, "myTextureSampler");
-    glDetachShader(m_Program, vertex);
-    glDetachShader(m_Program, fragment);
 }
 
 bool RenderPreview::onGlRender(const Glib::RefPtr<Gdk::GLContext>&)
@@ -333,36 +282,4 @@ void RenderPreview::releaseGlObjects()
     m_Buffer = uvbuffer = m_Vao = textureHandle[0] = m_Program = 0;
     m_textureW = m_textureH = 0; // a new texture holds nothing
     m_drawPending = m_newerWaits = false;
-}
-
-GLuint create_shader(GLenum type, const char* source)
-{
-    const GLuint shader = glCreateShader(type);
-    glShaderSource(shader, 1, &source, nullptr);
-    glCompileShader(shader);
-    GLint compiled = 0;
-    glGetShaderiv(shader, GL_COMPILE_STATUS, &compiled);
-    if (compiled)
-        return shader;
-    std::cerr << "Compile failure in " << (type == GL_VERTEX_SHADER ? "vertex" : "fragment")
-              << " shader: " << infoLogOf(shader, glGetShaderiv, glGetShaderInfoLog) << std::endl;
-    glDeleteShader(shader);
-    return 0;
-}
-
-void compute_mvp(float* m, float angleX, float angleY, float angleZ)
-{
-    constexpr float sRadians = 0.017453292f;
-    const float cx = std::cos(angleX * sRadians), sx = std::sin(angleX * sRadians);
-    const float cy = std::cos(angleY * sRadians), sy = std::sin(angleY * sRadians);
-    const float cz = std::cos(angleZ * sRadians), sz = std::sin(angleZ * sRadians);
-    const float rows[4][4] = {
-        {cz * cy, sz * cx + cz * sy * sx, sz * sx - cz * sy * cx, 0},
-        {-sz * cy, cz * cx - sz * sy * sx, cz * sx + sz * sy * cx, 0},
-        {sy, -cy * sx, cy * cx, 0},
-        {0, 0, 0, 1},
-    };
-    for (int column = 0; column < 4; ++column)
-        for (int row = 0; row < 4; ++row)
-            m[column * 4 + row] = rows[row][column];
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "PreviewImage.h"
+#include "PreviewShaders.h"
 #include "TripleBuffer.h"
 
 #include <atomic>
@@ -51,9 +52,9 @@ private:
     void onGlDispatchDraw();
     void initGlBuffers();
     void initGlShaders(const std::string& vertexResource, const std::string& fragmentResource);
-    void linkProgram(GLuint vertex, GLuint fragment);
     void drawPreviewTexture();
     bool canRender();
+    void fitAreaToFrame();
     void setTextureCoordinates();
     void uploadTexture();
     void releaseGlObjects();
@@ -81,12 +82,3 @@ private:
     bool m_newerWaits = false;                // a wake-up came meanwhile
     bool m_isGles = false;
 };
-
-/// Compiles one shader of the current context.
-///
-/// @param type  GL_VERTEX_SHADER or GL_FRAGMENT_SHADER.
-/// @return      the shader, or 0 after a line on standard error with the compiler's log.
-GLuint create_shader(GLenum type, const char* source);
-
-/// Fills m with the column-major 4 x 4 rotation by three angles in degrees.
-void compute_mvp(float* m, float angleX, float angleY, float angleZ);
