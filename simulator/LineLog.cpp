@@ -26,7 +26,7 @@ static bool writeAll(int fd, const char* data, size_t bytes)
     return true;
 }
 
-LineLog::LineLog(std::string path)
+LineLog::LineLog(const std::string& path)
 {
     if (path.empty())
         return;

@@ -8,7 +8,7 @@ namespace obrisim {
 /// of one, also when several processes write. Without a path nothing is written. Any thread.
 class LineLog {
 public:
-    explicit LineLog(std::string path);
+    explicit LineLog(const std::string& path);
     ~LineLog();
     LineLog(const LineLog&) = delete;
     LineLog& operator=(const LineLog&) = delete;

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cmath>
 #include <stdexcept>
 
 namespace obrisim {
@@ -45,7 +46,7 @@ const std::string& OptionValue::text() const
 
 int64_t OptionValue::nanoseconds(size_t part) const
 {
-    return static_cast<int64_t>(seconds(part) * 1e9 + 0.5);
+    return std::llround(seconds(part) * 1e9);
 }
 
 int OptionValue::error(size_t part) const

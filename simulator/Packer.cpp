@@ -32,9 +32,9 @@ void packSamples(const uint16_t* samples, int count, uint8_t* bytes)
 
 void spreadSamples(const uint16_t* samples, int count, uint8_t* bytes)
 {
-    for (int i = 0; i < count; ++i) {
+    for (int i = 0; i < count; ++i, bytes += 2) {
         const auto word = static_cast<uint16_t>(samples[i] >> 4 | (samples[i] & 0x0f) << 8);
-        memcpy(bytes + 2 * i, &word, sizeof word);
+        memcpy(bytes, &word, sizeof word);
     }
 }
 

@@ -48,8 +48,8 @@ void Renderer::prepare(const SSensorMode& mode, const SSettings& settings)
 
 double Renderer::binnedRate(int x, int y) const
 {
-    const int n = m_mode->binning;
-    const float* from = &m_sky.rates[size_t(m_mode->originY + y * n) * sSensorWidth + m_mode->originX + x * n];
+    const int n = m_mode->binning, sensorX = m_mode->originX + x * n, sensorY = m_mode->originY + y * n;
+    const float* from = &m_sky.rates[size_t(sensorY) * sSensorWidth + static_cast<size_t>(sensorX)];
     double sum = 0;
     for (int dy = 0; dy < n; ++dy)
         for (int dx = 0; dx < n; ++dx)
@@ -57,13 +57,18 @@ double Renderer::binnedRate(int x, int y) const
     return sum / (n * n);
 }
 
+static int16_t rounded(double value)
+{
+    return static_cast<int16_t>(value + 0.5); // NOLINT(bugprone-incorrect-roundings): never negative, and millions
+}
+
 // Levels and noise of one pixel that collects so many electrons.
 void Renderer::preparePixel(size_t at, double electrons)
 {
     const double mean = m_settings.blackLevel + m_steps * electrons;
     const double variance = m_steps * m_steps * (m_read * m_read + electrons) / (m_mode->binning * m_mode->binning);
-    m_mean[at] = static_cast<int16_t>(4.0 * std::min(mean, sLargestMean) + 0.5);
-    m_sigma[at] = static_cast<int16_t>(64.0 * std::min(std::sqrt(variance + 0.1), sLargestSigma) + 0.5);
+    m_mean[at] = rounded(4.0 * std::min(mean, sLargestMean));
+    m_sigma[at] = rounded(64.0 * std::min(std::sqrt(variance + 0.1), sLargestSigma));
 }
 
 void Renderer::preparePlanes()
@@ -77,23 +82,29 @@ void Renderer::preparePlanes()
             preparePixel(size_t(y) * width + x, seconds * binnedRate(x, y));
 }
 
+// The part of the target's light that falls on a pixel; binned pixels are a mean.
+double Renderer::targetShare(int x, int y) const
+{
+    const int n = m_mode->binning, sensorX = m_mode->originX + x * n, sensorY = m_mode->originY + y * n;
+    double share = 0;
+    for (int dy = 0; dy < n; ++dy)
+        for (int dx = 0; dx < n; ++dx)
+            share += pointSpread(sensorX + dx - sTarget.x, sensorY + dy - sTarget.y);
+    return share / (n * n);
+}
+
 void Renderer::prepareTarget()
 {
     const SPosition centre = targetIn(*m_mode);
-    const int n = m_mode->binning, reach = sSpreadRadius / n + 1;
+    const int reach = sSpreadRadius / m_mode->binning + 1;
     const double seconds = m_settings.exposureMs / 1000.0;
     const int cx = static_cast<int>(std::lround(centre.x)), cy = static_cast<int>(std::lround(centre.y));
     m_target.clear();
     m_shownPart = -1.0;
     for (int y = cy - reach; y <= cy + reach; ++y)
-        for (int x = cx - reach; x <= cx + reach; ++x) {
-            double part = 0;
-            for (int i = 0; i < n * n; ++i)
-                part += pointSpread(m_mode->originX + x * n + i % n - sTarget.x,
-                                    m_mode->originY + y * n + i / n - sTarget.y);
+        for (int x = cx - reach; x <= cx + reach; ++x)
             m_target.push_back({size_t(y) * m_mode->width + x, seconds * binnedRate(x, y),
-                                seconds * sTarget.electronsPerSecond * part / (n * n)});
-        }
+                                seconds * sTarget.electronsPerSecond * targetShare(x, y)});
 }
 
 void Renderer::showTarget()

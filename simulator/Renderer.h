@@ -36,6 +36,7 @@ private:
     void showTarget();
     int lightRow(int row) const;
     double binnedRate(int x, int y) const;
+    double targetShare(int x, int y) const;
     int noiseAt(uint64_t random) const;
 
     struct STargetPixel {
