@@ -246,7 +246,7 @@ void Program::runXdotool(const std::vector<std::string>& words) const
 {
     GObjectHandle<GSubprocessLauncher> launcher(g_subprocess_launcher_new(G_SUBPROCESS_FLAGS_STDOUT_SILENCE));
     g_subprocess_launcher_setenv(launcher.get(), "DISPLAY", Desktop::instance().display().c_str(), TRUE);
-    std::vector<std::string> all{"xdotool", "search", "--onlyvisible", "--name", sTitle, "windowfocus", "--sync"};
+    std::vector<std::string> all{"xdotool", "windowfocus", "--sync", std::to_string(windowId())};
     all.insert(all.end(), words.begin(), words.end());
     const auto process = spawn(launcher.get(), all);
     GError* error = nullptr;
@@ -270,10 +270,21 @@ void Program::tryKey(const std::string& keys)
 
 unsigned long Program::windowId() const
 {
-    GObjectHandle<GSubprocessLauncher> launcher(g_subprocess_launcher_new(G_SUBPROCESS_FLAGS_STDOUT_PIPE));
+    GObjectHandle<GSubprocessLauncher> launcher(g_subprocess_launcher_new(
+        static_cast<GSubprocessFlags>(G_SUBPROCESS_FLAGS_STDOUT_PIPE | G_SUBPROCESS_FLAGS_STDERR_SILENCE)));
     g_subprocess_launcher_setenv(launcher.get(), "DISPLAY", Desktop::instance().display().c_str(), TRUE);
-    const auto process = spawn(launcher.get(), {"xdotool", "search", "--onlyvisible", "--name", sTitle});
-    return std::stoul(firstLineOf(process.get()));
+    // The search trips over a tooltip or a list that vanishes while it looks at it.
+    for (int attempt = 0; m_windowId == 0 && attempt < 20; ++attempt) {
+        const auto process = spawn(launcher.get(), {"xdotool", "search", "--onlyvisible", "--name", sTitle});
+        try {
+            m_windowId = std::stoul(firstLineOf(process.get()));
+        } catch (const std::exception&) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(100));
+        }
+    }
+    if (m_windowId == 0)
+        throw std::runtime_error("no window");
+    return m_windowId;
 }
 
 void Program::closeWindow()

@@ -114,5 +114,6 @@ private:
 
     std::filesystem::path m_folder;
     bool m_removeFolder = false;
+    mutable unsigned long m_windowId = 0; ///< 0: not looked for yet
     GObjectHandle<GSubprocess> m_process;
 };
