@@ -41,7 +41,8 @@ bool isInside(int base, int count, size_t wordsBefore, size_t wordsFromRow)
 {
     if (base < 0 && static_cast<size_t>(-base) > wordsBefore)
         return false;
-    return wordsFromRow >= static_cast<size_t>(base + count);
+    const int end = base + count;
+    return wordsFromRow >= static_cast<size_t>(end);
 }
 
 // A Fletcher sum over the low bytes, as first sum * 256 + second sum.
