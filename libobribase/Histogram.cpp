@@ -121,8 +121,7 @@ void Histogram::SetHistoBounds(double percent)
         if (sum <= upper)
             hi = binStart(i);
     }
-    lowDragger.SetValue(lo);
-    highDragger.SetValue(hi);
+    setBounds(lo, hi);
     midDragger.SetValue(sMidValue);
     UpdateTransform();
 }
@@ -131,9 +130,17 @@ void Histogram::SetInvertedMode(int)
 {
     const int low = lowDragger.GetValue(), high = highDragger.GetValue();
     const int maximum = highDragger.maxValue;
-    highDragger.SetValue(maximum - low);
-    lowDragger.SetValue(maximum - high);
+    setBounds(maximum - high, maximum - low);
     UpdateTransform();
+}
+
+void Histogram::setBounds(int low, int high)
+{
+    // Earlier drags left limits behind that are for dragging only.
+    lowDragger.maxValue = sFullScale;
+    highDragger.minValue = 0;
+    lowDragger.SetValue(low);
+    highDragger.SetValue(high);
 }
 
 int Histogram::OnMouseClick(int x, int y, int button)
@@ -177,8 +184,10 @@ void Histogram::moveBoundTo(int x, int y, int button)
 int Histogram::OnContinueDrag(int x, int y)
 {
     int moved = 0;
-    for (HistogramDragger* dragger : {&lowDragger, &highDragger, &midDragger})
+    for (HistogramDragger* dragger : {&lowDragger, &highDragger, &midDragger}) {
+        keepBoundsInOrder(*dragger); // the other bound may have been moved from the keyboard
         moved |= dragger->CheckDrag(x, y, 0);
+    }
     if (moved)
         UpdateTransform();
     return moved;

@@ -75,6 +75,7 @@ private:
     using Transform = std::array<uint32_t, 65536>;
 
     void UpdateTransform();
+    void setBounds(int low, int high);
     void keepBoundsInOrder(const HistogramDragger& moving);
     void beginDrag(HistogramDragger& dragger);
     void moveBoundTo(int x, int y, int button);

@@ -132,6 +132,34 @@ TEST_F(HistogramModel, HandlesStopAtEachOtherAndAtThePlot)
     histogram.OnContinueDrag(5, 5);
 }
 
+// A handle that was once stopped by the other one must not stay held there: presets move both.
+TEST_F(HistogramModel, PresetsAndInversionReachWhatADragCouldNot)
+{
+    histogram.SetContainerSize(424, 114);
+    const auto dragBounds = [this] {
+        histogram.OnMouseClick(xOf(30000), 50, 1);
+        press(histogram.GetLowDragger());
+        histogram.OnContinueDrag(xOf(20000), 50);
+        histogram.OnReleaseDrag();
+    };
+    dragBounds();
+    const std::string bounds = histogram.GetTitleString();
+    histogram.SetInvertedMode(1);
+    EXPECT_EQ(histogram.GetLowDragger().value + std::stoi(bounds.substr(bounds.find('-') + 1)), 65535);
+    histogram.SetInvertedMode(0);
+    EXPECT_EQ(histogram.GetTitleString(), bounds);
+
+    commit({{10, 10}, {50, 80}, {60, 10}});
+    histogram.SetHistoBounds(95); // far below the low bound that was dragged
+    EXPECT_EQ(histogram.GetHighDragger().value, 59 * 65535 / 1023);
+
+    dragBounds();
+    press(histogram.GetLowDragger());
+    histogram.SetHistoBounds(95); // by keyboard, while the handle is held
+    histogram.OnContinueDrag(xOf(40000), 50);
+    EXPECT_EQ(histogram.GetLowDragger().value, histogram.GetHighDragger().value);
+}
+
 // The streaming thread must never see a table of which a part belongs to another setting.
 TEST_F(HistogramModel, AFrameSeesOneTableWhileHandlesMove)
 {
