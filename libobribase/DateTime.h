@@ -28,8 +28,8 @@ constexpr uint64_t sDotNetTicksOfFileTimeEpoch = 0x0701CE1722770000;
 
 // The conversions below are reentrant and may run on any thread. All hold for the years 2010 to 2058 only.
 
-/// Unix seconds of a calendar time. False, with *out untouched, when out is null or the year outside 2010..2058.
-/// The caller guarantees month 1..12; day, hour, minute and second are simply added.
+/// Unix seconds of a calendar time. False, with *out untouched, when out is null, the year outside 2010..2058 or the
+/// month outside 1..12. Day, hour, minute and second are simply added.
 bool unixTimestampFromYmdHms_2010_2058(unsigned long* out, int year, int month, int day, int hour, int minute,
                                        int second);
 

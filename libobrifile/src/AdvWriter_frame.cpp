@@ -17,8 +17,6 @@ constexpr int sDopKinds = ADV_STATUS_COUNT - ADV_GDOP;
 // 100 ns since 0001-01-01. A time outside the calendar gives what the conversion leaves, the Unix epoch.
 uint64_t ticksOf(libobribase::DateTime time)
 {
-    if (time.month < 1 || time.month > 12)
-        time.year = 0; // the conversion checks the year and trusts the month
     unsigned long fileTime = 0;
     libobribase::fileTime100nsFromYmdHms_2010_2058(&fileTime, &time);
     return fileTime + libobribase::sDotNetTicksOfFileTimeEpoch;
