@@ -3,6 +3,7 @@
 #include "Log.h"
 
 #include <algorithm>
+#include <array>
 #include <bit>
 #include <cerrno>
 #include <cstring>
@@ -19,6 +20,15 @@ void closeFile(FILE*& file)
 {
     if (file != nullptr)
         fclose(std::exchange(file, nullptr));
+}
+
+template <class Unsigned>
+std::array<uint8_t, sizeof(Unsigned)> littleEndian(Unsigned number)
+{
+    std::array<uint8_t, sizeof(Unsigned)> bytes;
+    for (size_t i = 0; i < bytes.size(); ++i)
+        bytes[i] = static_cast<uint8_t>(number >> (8 * i));
+    return bytes;
 }
 } // namespace
 
@@ -107,28 +117,17 @@ void BaseWriter::WriteUint8(uint8_t v)
 
 void BaseWriter::WriteUint16(uint16_t v)
 {
-    uint8_t bytes[] = {static_cast<uint8_t>(v), static_cast<uint8_t>(v >> 8)};
-    WriteBytes(bytes, sizeof bytes);
+    WriteBytes(littleEndian(v).data(), sizeof v);
 }
 
 void BaseWriter::WriteUint32(uint32_t v)
 {
-    uint8_t bytes[sizeof v];
-    for (uint8_t& byte : bytes) {
-        byte = static_cast<uint8_t>(v);
-        v >>= 8;
-    }
-    WriteBytes(bytes, sizeof bytes);
+    WriteBytes(littleEndian(v).data(), sizeof v);
 }
 
 void BaseWriter::WriteUint64(uint64_t v)
 {
-    uint8_t bytes[sizeof v];
-    for (uint8_t& byte : bytes) {
-        byte = static_cast<uint8_t>(v);
-        v >>= 8;
-    }
-    WriteBytes(bytes, sizeof bytes);
+    WriteBytes(littleEndian(v).data(), sizeof v);
 }
 
 void BaseWriter::WriteBytes(uint8_t* p, uint64_t length)
