@@ -1,29 +1,53 @@
 #include "DateTime.h"
 
+#include "CalendarTime.h"
+
 #include <gtest/gtest.h>
 
-#include <ctime>
+#include <chrono>
 
 using namespace libobribase;
+using namespace std::chrono;
 
 namespace {
 
 constexpr unsigned long sBegin = 1262304000, sEnd = 2808601200;
 
+using Ticks = duration<uint64_t, std::ratio<1, 10000000>>; // of 100 ns
+
 } // namespace
 
-TEST(UnixTime, AgreesWithTheSystemOnEveryDayAndBack)
+// In universal time, whatever the time zone, to the millisecond and never rounded up.
+TEST(Now, IsTheSystemsClock)
 {
-    for (unsigned long ts = sBegin; ts < sEnd; ts += 86400 - 7) { // drifts through the hours of the day
-        DateTime t;
-        ASSERT_TRUE(unixTimestampToYmdHms_2010_2058(ts, &t.year, &t.month, &t.day, &t.hour, &t.minute, &t.second));
-        const time_t seconds = static_cast<time_t>(ts);
-        tm utc{};
-        gmtime_r(&seconds, &utc);
-        ASSERT_EQ(t, (DateTime{utc.tm_year + 1900, utc.tm_mon + 1, utc.tm_mday, utc.tm_hour, utc.tm_min, utc.tm_sec}));
-        unsigned long back = 0;
-        ASSERT_TRUE(unixTimestampFromYmdHms_2010_2058(&back, t.year, t.month, t.day, t.hour, t.minute, t.second));
-        ASSERT_EQ(back, ts);
+    const auto before = floor<milliseconds>(system_clock::now());
+    DateTime now;
+    DateTime::Now(&now);
+    const auto after = floor<milliseconds>(system_clock::now());
+    const sys_days day = year(now.year) / now.month / now.day;
+    const auto time =
+        day + hours(now.hour) + minutes(now.minute) + seconds(now.second) + milliseconds(now.milliseconds);
+    EXPECT_LE(before, time);
+    EXPECT_LE(time, after);
+}
+
+// Every day of the range, so every leap day and every turn of a month and a year, at its ends and inside.
+TEST(UnixTime, AgreesWithTheCalendarOnEveryDayBothWays)
+{
+    for (sys_days day = 2010y / January / 1; day < 2059y / January / 1; day += days(1)) {
+        for (const int second : {0, 3599, 3600, 45296, 82799, 82800, 86399}) {
+            const sys_seconds time = day + seconds(second);
+            const auto ts = static_cast<unsigned long>(time.time_since_epoch().count());
+            const DateTime expected = calendarTime(time);
+            unsigned long forth = 0;
+            ASSERT_TRUE(unixTimestampFromYmdHms_2010_2058(&forth, expected.year, expected.month, expected.day,
+                                                          expected.hour, expected.minute, expected.second));
+            ASSERT_EQ(forth, ts);
+            DateTime t;
+            ASSERT_EQ(unixTimestampToYmdHms_2010_2058(ts, &t.year, &t.month, &t.day, &t.hour, &t.minute, &t.second),
+                      ts < sEnd);
+            ASSERT_EQ(t, ts < sEnd ? expected : DateTime{}) << ts;
+        }
     }
 }
 
@@ -58,6 +82,13 @@ TEST(UnixTime, GivesTheDateAloneWithoutHourPointers)
     EXPECT_EQ(year, 2010);
     EXPECT_EQ(hour, 0);
     EXPECT_FALSE(unixTimestampToYmdHms_2010_2058(sBegin, &year, nullptr, &day, &hour, &hour, &hour));
+}
+
+TEST(FileTime, CountsFromTheEpochsOfTheCalendar)
+{
+    const sys_days unixEpoch = 1970y / January / 1, fileEpoch = 1601y / January / 1, dotNetEpoch = 1y / January / 1;
+    EXPECT_EQ(sFileTimeOfUnixEpoch, Ticks(unixEpoch - fileEpoch).count());
+    EXPECT_EQ(sDotNetTicksOfFileTimeEpoch, Ticks(fileEpoch - dotNetEpoch).count());
 }
 
 TEST(FileTime, KeepsMillisecondsBothWaysAndOnFailure)

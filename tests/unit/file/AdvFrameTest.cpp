@@ -1,8 +1,10 @@
 #include "AdvWriter.h"
 
+#include "../base/CalendarTime.h"
 #include "lag1_compressor.h"
 #include "RecordingTestKit.h"
 
+#include <chrono>
 #include <cstring>
 #include <gtest/gtest.h>
 #include <numeric>
@@ -14,6 +16,7 @@ namespace {
 constexpr int sWidth = 8, sHeight = 4;
 constexpr uint64_t sStart2020 = 315532800000000000; // ns from 2010-01-01 to 2020-01-01
 constexpr uint64_t sTicks2010 = 633979008000000000;
+constexpr uint64_t sUnixEpoch = (621355968000000000 - sTicks2010) * 100; // 1970 in ns from 2010, modulo 2^64
 
 std::string float32(float f)
 {
@@ -161,14 +164,42 @@ TEST_F(AdvFrame, GainTextsBeyondTheLimitKeepTheLengthTrue)
     EXPECT_EQ(records.substr(27 + 64 + 4 + 69 + 32767, 1), "\x02"); // the index follows
 }
 
+// Exposures across midnights, leap days and the ends of the years that times are converted in.
+TEST_F(AdvFrame, TimesAreTheCalendarsAcrossEveryMidnight)
+{
+    using namespace std::chrono;
+    const sys_days epoch = 2010y / January / 1;
+    create();
+    std::vector<uint64_t> expected;
+    for (const sys_days midnight :
+         {sys_days(2010y / January / 2), sys_days(2012y / February / 29), sys_days(2012y / March / 1),
+          sys_days(2023y / March / 1), sys_days(2058y / January / 1), sys_days(2058y / December / 31)}) {
+        const sys_time<milliseconds> from = midnight - 13ms, to = midnight + 27ms;
+        provider.from = calendarTime(from);
+        provider.to = calendarTime(to);
+        recordFrame();
+        expected.push_back(static_cast<uint64_t>(nanoseconds(from - epoch).count()));
+        expected.push_back(static_cast<uint64_t>(nanoseconds(to - epoch).count()));
+    }
+    provider.from = {2058, 12, 31, 23, 59, 59, 987}; // the exposure ends in a year beyond the tables
+    provider.to = {2059, 1, 1, 0, 0, 0, 27};
+    recordFrame();
+    expected.push_back(static_cast<uint64_t>(nanoseconds(sys_days(2059y / January / 1) - 13ms - epoch).count()));
+    expected.push_back(sUnixEpoch + 27000000);
+
+    const std::string records = finish();
+    const size_t recordLength = plainRecord(1, 66, pixelBytes()).size();
+    for (size_t i = 0; i < expected.size(); ++i)
+        EXPECT_EQ(records.substr(i / 2 * recordLength + 5 + i % 2 * 8, 8), Bytes().u64(expected[i])) << i;
+}
+
 TEST_F(AdvFrame, TimesOutsideTheCalendarGiveTheUnixEpoch)
 {
     provider.from = {2009, 12, 31, 23, 59, 59, 3};
     provider.to = {2020, 0, 1, 0, 0, 0, 4}; // a month that no table knows
     create();
     recordFrame();
-    const uint64_t epoch = (621355968000000000 - sTicks2010) * 100; // 1970, modulo 2^64
-    EXPECT_EQ(finish().substr(5, 16), Bytes().u64(epoch + 3000000).u64(epoch + 4000000));
+    EXPECT_EQ(finish().substr(5, 16), Bytes().u64(sUnixEpoch + 3000000).u64(sUnixEpoch + 4000000));
 }
 
 TEST_F(AdvFrame, LengthOfAnUncompressedFrameIsTaken)
