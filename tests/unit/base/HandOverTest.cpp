@@ -65,7 +65,7 @@ TEST(TripleBuffer, NewestIsWholeStaysPutAndNeverGoesBack)
             buffer.publish();
         }
     });
-    for (int reads = 0, last = 0; reads < 20000; ++reads) {
+    for (int reads = 0, last = 0; reads < 4000; ++reads) {
         const SPair& newest = buffer.newest();
         const int first = newest.first;
         std::this_thread::yield();
