@@ -176,7 +176,8 @@ void HistogramView::drawTitle(const Cairo::RefPtr<Cairo::Context>& cr)
     int width = 0, height = 0;
     layout->get_pixel_size(width, height);
     useForeground(cr, 1);
-    cr->move_to(plot.x + (plot.w - width) / 2, plot.y + 2);
+    const int left = plot.x + (plot.w - width) / 2; // whole pixels keep letters sharp
+    cr->move_to(left, plot.y + 2);
     layout->show_in_cairo_context(cr);
 }
 
