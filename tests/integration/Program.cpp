@@ -6,6 +6,7 @@
 #include <unistd.h>
 #include <X11/Xlib.h>
 
+#include <algorithm>
 #include <fstream>
 #include <sstream>
 #include <stdexcept>
@@ -204,9 +205,16 @@ bool Program::waitForWindow(Seconds deadline)
            !hasEnded();
 }
 
+size_t Program::framesSent() const
+{
+    const auto lines = frameLog();
+    return static_cast<size_t>(std::count_if(
+        lines.begin(), lines.end(), [](const std::string& line) { return line.find(" sent ") != std::string::npos; }));
+}
+
 bool Program::waitForFrames(size_t count, Seconds deadline)
 {
-    return waitFor([&] { return frameLog().size() >= count; }, deadline);
+    return waitFor([&] { return framesSent() >= count; }, deadline);
 }
 
 void Program::activate(const std::string& action)

@@ -78,7 +78,9 @@ public:
 
     /// Waits until the window's actions are on the bus.
     bool waitForWindow(Seconds deadline = Seconds(30));
-    /// Waits until the camera has made this many frames since the program was started.
+    /// Frames that the camera has sent so far.
+    size_t framesSent() const;
+    /// Waits until the camera has sent this many frames since the program was started.
     bool waitForFrames(size_t count, Seconds deadline = Seconds(30));
     /// Calls a window action as the menu does.
     void activate(const std::string& action);

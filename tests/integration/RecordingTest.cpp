@@ -38,7 +38,7 @@ void record(Program& program, size_t frames)
 {
     program.activate("startRecordingAdv");
     ASSERT_TRUE(program.waitUntilEnabled("stopRecording"));
-    ASSERT_TRUE(program.waitForFrames(program.frameLog().size() + frames, Seconds(60)));
+    ASSERT_TRUE(program.waitForFrames(program.framesSent() + frames, Seconds(60)));
     program.activate("stopRecording");
     ASSERT_TRUE(program.waitUntilEnabled("startRecordingAdv"));
 }
@@ -145,7 +145,7 @@ TEST(Recording, EndsBeforeTheResolutionChanges)
     waitForStreaming(program);
     program.activate("startRecordingAdv");
     ASSERT_TRUE(program.waitUntilEnabled("stopRecording"));
-    ASSERT_TRUE(program.waitForFrames(program.frameLog().size() + 6));
+    ASSERT_TRUE(program.waitForFrames(program.framesSent() + 6));
     program.selectRow("alt+e", 4);
     ASSERT_TRUE(program.waitUntilEnabled("startRecordingAdv"));
     quit(program);
@@ -164,7 +164,7 @@ TEST(Recording, ThatCannotBeOpenedIsRefusedAloud)
     waitForStreaming(program);
     // A folder of that name could be renamed aside like a file; what cannot be written at all is refused.
     program.activate("startRecordingAdv");
-    ASSERT_TRUE(program.waitForFrames(program.frameLog().size() + 3));
+    ASSERT_TRUE(program.waitForFrames(program.framesSent() + 3));
     quit(program);
     const bool refused = program.standardError().find("recording.adv") != std::string::npos;
     const bool recorded = std::filesystem::is_regular_file(program.folder() / "recording.adv");
