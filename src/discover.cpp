@@ -13,6 +13,7 @@
 #include <libv4l2.h>
 #include <linux/videodev2.h>
 #include <memory>
+#include <string>
 
 namespace {
 
@@ -31,8 +32,6 @@ using UdevDevice = std::unique_ptr<udev_device, SReleaser<udev_device_unref>>;
 
 constexpr char sCardName[] = "OBRI+CAM "; // with its blank: a model name follows
 
-enum class ENode { Camera, Other, NotPermitted };
-
 /// The capability word of this node. Drivers that have several nodes report the whole device's in `capabilities`, so
 /// a metadata node claims to capture there, too.
 uint32_t nodeCapabilities(const v4l2_capability& capability)
@@ -46,16 +45,17 @@ bool isCamera(const v4l2_capability& capability)
            (nodeCapabilities(capability) & V4L2_CAP_VIDEO_CAPTURE) != 0;
 }
 
-/// Asks a node what it is; capability stays cleared when the node does not say.
-ENode queryNode(const char* node, v4l2_capability& capability)
+/// Asks a node what it is; capability is cleared when the node does not say. @return 0, or why it did not open.
+int queryNode(const char* node, v4l2_capability& capability)
 {
     capability = {};
     const int fd = v4l2_open(node, O_RDWR | O_NONBLOCK);
     if (fd < 0)
-        return errno == EACCES || errno == EPERM ? ENode::NotPermitted : ENode::Other;
-    const bool answered = v4l2IoctlWithRetry(fd, requestCode(VIDIOC_QUERYCAP), &capability) == 0;
+        return errno;
+    if (v4l2IoctlWithRetry(fd, requestCode(VIDIOC_QUERYCAP), &capability) != 0)
+        capability = {};
     v4l2_close(fd);
-    return answered && isCamera(capability) ? ENode::Camera : ENode::Other;
+    return 0;
 }
 
 uint64_t readNumber(udev_device* device, const char* attribute, int base)
@@ -87,35 +87,36 @@ void fillInfo(SDeviceDiscoveryInfo& info, udev_device* device, const v4l2_capabi
     info.dataValid = 1;
 }
 
-ENode tryNode(udev* context, const char* sysfsPath, SDeviceDiscoveryInfo& info)
+/// Fills info when a device is the camera. refusal becomes the first node that permission was missing for.
+void tryDevice(udev* context, const char* sysfsPath, SDeviceDiscoveryInfo& info, std::string& refusal)
 {
     const UdevDevice device(udev_device_new_from_syspath(context, sysfsPath));
     const char* node = device ? udev_device_get_devnode(device.get()) : nullptr;
     if (!node)
-        return ENode::Other;
+        return;
     v4l2_capability capability;
-    const ENode kind = queryNode(node, capability);
-    if (kind == ENode::Camera)
+    const int error = queryNode(node, capability);
+    if (refusal.empty() && (error == EACCES || error == EPERM))
+        refusal = std::string(node) + " (" + strerror(error) + ")";
+    if (isCamera(capability))
         fillInfo(info, device.get(), capability);
-    return kind;
 }
 
-/// Walks the video devices up to the camera. True when a node was refused for lack of permission on the way.
-bool searchCamera(udev* context, SDeviceDiscoveryInfo& info)
+/// Walks the video devices up to the camera. Returns what permission was missing for on the way, empty for nothing.
+std::string searchCamera(udev* context, SDeviceDiscoveryInfo& info)
 {
     const UdevEnumerator enumerator(udev_enumerate_new(context));
     udev_enumerate_add_match_subsystem(enumerator.get(), "video4linux");
     udev_enumerate_scan_devices(enumerator.get());
-    bool refused = false;
+    std::string refusal;
     udev_list_entry* entry;
     udev_list_entry_foreach(entry, udev_enumerate_get_list_entry(enumerator.get()))
     {
-        const ENode kind = tryNode(context, udev_list_entry_get_name(entry), info);
-        if (kind == ENode::Camera)
+        tryDevice(context, udev_list_entry_get_name(entry), info, refusal);
+        if (info.dataValid)
             break;
-        refused = refused || kind == ENode::NotPermitted;
     }
-    return refused;
+    return refusal;
 }
 
 } // namespace
@@ -128,10 +129,10 @@ int discoverObriCam(SDeviceDiscoveryInfo* info)
         fprintf(stderr, "libudev failure, no udev");
         endProcess(sFailureStatus);
     }
-    const bool refused = searchCamera(context.get(), *info);
+    const std::string refusal = searchCamera(context.get(), *info);
     if (!info->dataValid) {
-        if (refused)
-            libobribase::logString("W A video device could not be opened for lack of permission; is it the camera?");
+        if (!refusal.empty())
+            libobribase::logString("W No camera was found, and permission is missing for " + refusal);
         return 0;
     }
     printf("Camera device found: %s, %s, %s, %s, %04x/%04x, bus=%" PRIu64 ", dev=%" PRIu64 "\n", info->name,
