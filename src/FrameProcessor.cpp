@@ -6,12 +6,12 @@
 #include "GpsLogger.h"
 #include "Log.h"
 #include "TextFormat.h"
+#include "Trouble.h"
 
 #include "BaseWriter.h"
 #include "FitsWriter.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <cstdlib>
 #include <exception>
 #include <new>
@@ -70,13 +70,6 @@ void addToStatistics(const std::array<double, N>& dtMicrosec)
 
 } // namespace
 
-void sayFrameTrouble(char level, const std::string& line)
-{
-    fprintf(stderr, "%s\n", line.c_str());
-    logString(std::string{level, ' '} + line);
-    reportTrouble(line);
-}
-
 FrameProcessor::FrameProcessor(const SFrameDevice& device)
     : m_decodedFrame(allocateZeroed<uint32_t>(sMaxPixels / 2)), m_previewFrame(allocateZeroed<uint32_t>(sMaxPixels)),
       m_darkFrame(allocateZeroed<uint16_t>(2 * sMaxPixels)), m_flatFrame(allocateZeroed<uint16_t>(2 * sMaxPixels)),
@@ -131,8 +124,8 @@ bool FrameProcessor::isUsable(const SFrame& frame, int bytesUsed)
     const int w = frame.width, h = frame.height;
     if (frame.compressedWidth < 1 || frame.compressedWidth > w || w > sMaxFrameWidth || h < 1 || h > sMaxFrameHeight) {
         if (w != m_refusedWidth || h != m_refusedHeight)
-            sayFrameTrouble('W', "Frames of " + std::to_string(w) + " x " + std::to_string(h) +
-                                     " are refused: the buffers hold 1 x 1 to 1624 x 1240 pixels");
+            sayTrouble('W', "Frames of " + std::to_string(w) + " x " + std::to_string(h) +
+                                " are refused: the buffers hold 1 x 1 to 1624 x 1240 pixels");
         m_refusedWidth = w;
         m_refusedHeight = h;
         return false;
@@ -144,8 +137,8 @@ bool FrameProcessor::isUsable(const SFrame& frame, int bytesUsed)
     }
     // Its last row would carry another frame's times.
     if (!m_shortFrameSaid)
-        sayFrameTrouble('W', "A short frame counts as lost: " + std::to_string(bytesUsed) + " of " +
-                                 std::to_string(needed) + " bytes");
+        sayTrouble('W', "A short frame counts as lost: " + std::to_string(bytesUsed) + " of " + std::to_string(needed) +
+                            " bytes");
     m_shortFrameSaid = true;
     return false;
 }
@@ -192,7 +185,7 @@ void FrameProcessor::endWhatHasOtherGeometry(int width, int height)
 {
     const std::string change = "the image size changed to " + std::to_string(width) + " x " + std::to_string(height);
     if (m_videoWriter) {
-        sayFrameTrouble('W', "The recording ends: " + change);
+        sayTrouble('W', "The recording ends: " + change);
         closeVideoWriter();
     }
     if (m_fitsRecordingJob)

@@ -128,9 +128,7 @@ protected:
     int m_firstFrameDatetimeValid = 0;
     int m_lastFrameDatetimeValid = 0;
 
-    std::atomic<bool> m_isRecording{false}; ///< what IsRecording answers; set by recordingBegan and recordingEnded
-    int m_recordingWidth = 0;               ///< geometry of the active recording
-    int m_recordingHeight = 0;
+    std::atomic<bool> m_isRecording{false}; ///< what IsRecording answers; set by recordingBegan and closeVideoWriter
     SRecordingStatus m_recordingStatus;
     std::chrono::steady_clock::time_point m_recordingBegin;
 

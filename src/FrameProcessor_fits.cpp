@@ -1,4 +1,5 @@
 #include "FrameProcessor_frame.h"
+#include "Trouble.h"
 
 #include "FitsHeaderData.h"
 #include "FitsWriter.h"
@@ -36,8 +37,8 @@ const SImageType& imageTypeOf(char kind)
 bool FrameProcessor::StartRecordingAveragedFits(char kind, int frames)
 {
     if (frames < 1 || frames > sMaxFramesToAverage) {
-        sayFrameTrouble('E', "An averaged FITS file of " + std::to_string(frames) + " frames was refused: 1 to " +
-                                 std::to_string(sMaxFramesToAverage) + " can be averaged");
+        sayTrouble('E', "An averaged FITS file of " + std::to_string(frames) + " frames was refused: 1 to " +
+                            std::to_string(sMaxFramesToAverage) + " can be averaged");
         return false;
     }
     const libobrifile::FitsWriter* pending = m_fitsWriter;
@@ -132,6 +133,6 @@ void FrameProcessor::dropFitsJob()
 
 void FrameProcessor::dropFits(const std::string& line)
 {
-    sayFrameTrouble('E', line);
+    sayTrouble('E', line);
     dropFitsJob();
 }

@@ -42,6 +42,3 @@ private:
     libobribase::PerformanceUtil m_perf;
     size_t m_stage = 0;
 };
-
-/// One line on standard error, in the log behind its level letter, and in the window. Any thread.
-void sayFrameTrouble(char level, const std::string& line);

@@ -6,6 +6,7 @@
 #include "ObriVariables.h"
 #include "RecordingFiles.h"
 #include "TextFormat.h"
+#include "Trouble.h"
 
 #include "AdvWriter.h"
 #include "FitsHeaderService.h"
@@ -35,7 +36,7 @@ constexpr int sNoTemperature = -999;
 
 void refuse(const std::string& what, const std::string& reason)
 {
-    sayFrameTrouble('E', what + " was refused: " + reason);
+    sayTrouble('E', what + " was refused: " + reason);
 }
 
 // A recording takes its size, and its header what the overlay says, from the latest frame.

@@ -1,4 +1,5 @@
 #include "FrameProcessor_frame.h"
+#include "Trouble.h"
 
 #include "BaseWriter.h"
 
@@ -81,8 +82,6 @@ void FrameProcessor::sumGpsPosition()
 void FrameProcessor::recordingBegan(libobrifile::BaseWriter* writer, const std::string& file)
 {
     m_videoWriter = writer;
-    m_recordingWidth = m_width;
-    m_recordingHeight = m_height;
     m_nthFrameCounter = 0;
     m_recordingGpsNofSamples = 0;
     m_recordingGpsSumHeightM = m_recordingGpsSumLatE7 = m_recordingGpsSumLonE7 = 0;
@@ -111,15 +110,15 @@ void FrameProcessor::closeVideoWriter()
     try {
         writer->StopRecording();
         if (writer->HasFailed() && !saidBefore)
-            sayFrameTrouble('E', "The recording was not completed: " + writer->GetFailureText());
+            sayTrouble('E', "The recording was not completed: " + writer->GetFailureText());
     } catch (const std::exception& failure) {
-        sayFrameTrouble('E', std::string("The recording was not completed: ") + failure.what());
+        sayTrouble('E', std::string("The recording was not completed: ") + failure.what());
     }
 }
 
 void FrameProcessor::failRecording(const std::string& line)
 {
-    sayFrameTrouble('E', line);
+    sayTrouble('E', line);
     closeVideoWriter();
 }
 

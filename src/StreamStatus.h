@@ -26,7 +26,7 @@ struct SStreamStatus {
     int width = 0; ///< pixels of the latest frame
     int height = 0;
     uint64_t framesSeen = 0;    ///< whole frames processed since the program began
-    uint64_t framesLost = 0;    ///< gaps in the camera's own counter, since the stream began
+    uint64_t framesLost = 0;    ///< gaps in the camera's own counter within streams, since the program began
     uint64_t overlayErrors = 0; ///< frames whose overlay could not be read, since the program began
     uint32_t cameraFrameId = 0;
     std::string overlayText; ///< the overlay summed up in one line; of the last frame that could be read

@@ -4,9 +4,9 @@
 #include "StreamStatus.h"
 #include <cstdio>
 
-void sayTrouble(const std::string& line)
+void sayTrouble(char level, const std::string& line)
 {
     fprintf(stderr, "%s\n", line.c_str());
-    libobribase::logString("W " + line);
+    libobribase::logString(std::string{level, ' '} + line);
     reportTrouble(line);
 }

@@ -2,6 +2,6 @@
 
 #include <string>
 
-/// Says that something went wrong that the program lives on with: one line on standard error, one in the log, and the
+/// Says what went wrong: one line on standard error, one in the log behind its level letter ('W' or 'E'), and the
 /// window's line of trouble. Any thread.
-void sayTrouble(const std::string& line);
+void sayTrouble(char level, const std::string& line);

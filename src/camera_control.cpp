@@ -36,7 +36,7 @@ void endRecordingOfOtherSize(int w, int h)
 {
     if (!getIsRecording() || (w == sObriCam.w && h == sObriCam.h))
         return;
-    sayTrouble("The resolution changes: the recording ends here");
+    sayTrouble('W', "The resolution changes: the recording ends here");
     m_frameProcessor->StopRecording();
 }
 
