@@ -8,11 +8,13 @@
 #include "StreamStatus.h"
 #include "StreamWatch.h"
 #include "Trouble.h"
+#include <atomic>
 #include <cerrno>
 #include <chrono>
 #include <csignal>
 #include <cstdio>
 #include <pthread.h>
+#include <string>
 #include <thread>
 
 using libobribase::loadShared;
@@ -27,9 +29,10 @@ FrameGate sFrameGate;
 StreamWatch sWatch;
 std::atomic<bool> sStartUpDone{false};
 
-// Streaming thread only: what has been said about the stream, so that it is said once, and which stream is watched.
-bool sSaidDead = false;
-bool sSaidUnplugged = false;
+std::atomic<bool> sUnplugged{false}; // written by the streaming thread
+
+// Streaming thread only.
+bool sSaidDead = false; // that the stream has died is said once
 uint64_t sWatchedSession = 0;
 
 void announceStreaming(bool streaming)
@@ -44,32 +47,36 @@ void streamBegins()
     sFrameGate.openSession();
 }
 
+void announceCamera(bool connected)
+{
+    updateStreamStatus([=](SStreamStatus& status) { status.cameraConnected = connected; });
+}
+
 /// The camera is gone. Nothing is stopped, for no request can reach it; what was recorded is made whole.
 void cameraUnplugged()
 {
-    if (sSaidUnplugged)
+    if (sUnplugged.exchange(true)) // before the gate is taken: no recording begins behind the end of this one
         return;
-    sSaidUnplugged = true;
     const FrameGate::Control control(sFrameGate);
     const bool recording = getIsRecording();
-    sayTrouble(recording ? "The camera was unplugged: the recording ends here" : "The camera was unplugged");
+    sayTrouble('W', recording ? "The camera was unplugged: the recording ends here" : "The camera was unplugged");
     if (recording)
         m_frameProcessor->StopRecording();
-    updateStreamStatus([](SStreamStatus& status) { status.cameraConnected = false; });
+    announceCamera(false);
 }
 
-/// Brings a dead stream back while the camera is still there; a recording goes on. Waits for the next verdict when
-/// that does not help.
-void restartStream(uint64_t session)
+/// Brings a dead stream back while the camera is still there; a recording goes on. True when it has started, which
+/// frames must show to have helped.
+bool restartStream(uint64_t session)
 {
     const FrameGate::Control control(sFrameGate);
     if (sFrameGate.session() != session)
-        return;
+        return false;
     SVideoDevice& cam = obriCam();
     int error = cameraDeviceProbe(cam.fd);
     if (error == 0) {
         if (!sSaidDead)
-            sayTrouble("The stream has died: it is stopped and started again");
+            sayTrouble('W', "The stream has died: it is stopped and started again");
         sSaidDead = true;
         error = cameraDeviceRestartStreaming(cam.fd, &cam.videomem);
     }
@@ -77,6 +84,7 @@ void restartStream(uint64_t session)
         cameraUnplugged();
     else
         streamBegins(); // also when it failed: the next verdict takes its time again
+    return error == 0;
 }
 
 /// A stream that another thread has started is judged from its own beginning.
@@ -88,18 +96,28 @@ void watchSession(uint64_t session)
     sWatch.streamStarted(Clock::now());
 }
 
-void act(EStreamVerdict verdict, uint64_t session)
+/// True when the stream has been started again, and frames may come at once.
+bool act(EStreamVerdict verdict, uint64_t session)
 {
     switch (verdict) {
     case EStreamVerdict::Patience:
         break;
     case EStreamVerdict::Dead:
-        restartStream(session);
-        break;
+        return restartStream(session);
     case EStreamVerdict::Unplugged:
         cameraUnplugged();
         break;
     }
+    return false;
+}
+
+/// The stream is alive, whatever was said about it.
+void frameCame()
+{
+    sWatch.frameArrived(Clock::now());
+    sSaidDead = false;
+    if (sUnplugged.exchange(false))
+        announceCamera(true);
 }
 
 struct SDequeued {
@@ -124,14 +142,13 @@ void frameIsReady(uint64_t session)
     if (!dequeued.entered)
         return;
     if (dequeued.error != 0) {
-        act(sWatch.dequeueFailed(dequeued.error), session);
         // A dead descriptor is always ready: without a pause this loop would print millions of lines a second.
-        std::this_thread::sleep_for(1s);
+        if (!act(sWatch.dequeueFailed(dequeued.error), session))
+            std::this_thread::sleep_for(1s);
     } else if (dequeued.bytes == 0) {
         sWatch.bufferWasEmpty();
     } else {
-        sWatch.frameArrived(Clock::now());
-        sSaidDead = sSaidUnplugged = false;
+        frameCame();
     }
 }
 
@@ -139,9 +156,18 @@ void noFrameCame(uint64_t session, Clock::time_point began)
 {
     if (sFrameGate.session() != session)
         return;
-    act(sWatch.timedOut(Clock::now()), session);
     // A wait that fails at once must not become a busy loop; after a time-out the second has passed.
-    std::this_thread::sleep_until(began + 1s);
+    if (!act(sWatch.timedOut(Clock::now()), session))
+        std::this_thread::sleep_until(began + 1s);
+}
+
+/// A recording without a camera would have no frame. Called with the gate held.
+bool isCameraThereFor(const char* recording)
+{
+    if (!sUnplugged.load())
+        return true;
+    sayTrouble('E', std::string(recording) + " was refused: the camera was unplugged");
+    return false;
 }
 
 /// Signals are the main thread's: here they would only cut a wait for a frame short.
@@ -236,13 +262,15 @@ void stopStreaming()
 void startRecordingAdv()
 {
     const FrameGate::Control control(sFrameGate);
-    m_frameProcessor->StartRecordingAdv();
+    if (isCameraThereFor("The recording"))
+        m_frameProcessor->StartRecordingAdv();
 }
 
 void startRecordingFits()
 {
     const FrameGate::Control control(sFrameGate);
-    m_frameProcessor->StartRecordingFits();
+    if (isCameraThereFor("The recording"))
+        m_frameProcessor->StartRecordingFits();
 }
 
 void stopRecording()
@@ -254,7 +282,8 @@ void stopRecording()
 void startRecordingSingleFits(int kind)
 {
     const FrameGate::Control control(sFrameGate);
-    m_frameProcessor->StartRecordingSingleFits(static_cast<char>(kind));
+    if (isCameraThereFor("The FITS file"))
+        m_frameProcessor->StartRecordingSingleFits(static_cast<char>(kind));
 }
 
 int getIsStreaming()

@@ -21,7 +21,8 @@ void streamingThreadInit();
 int streamingThreadRun(); ///< one round; always 1
 
 // Streaming and recording. Each takes the frame gate, and so waits for a frame in progress. Starting what runs and
-// stopping what does not run do nothing. A device failure ends the process with status 255. Any thread.
+// stopping what does not run do nothing; a recording is refused after the camera was unplugged. A device failure ends
+// the process with status 255. Any thread.
 
 void startStreaming();
 void stopStreaming();
