@@ -4,6 +4,7 @@
 #include "FrameProcessor.h"
 #include "Log.h"
 #include "streaming.h"
+#include "Trouble.h"
 #include <atomic>
 #include <chrono>
 #include <csignal>
@@ -13,6 +14,7 @@
 #include <iostream>
 #include <thread>
 #include <unistd.h>
+#include <X11/Xlib.h>
 
 namespace {
 
@@ -67,6 +69,13 @@ gboolean onSignal(gpointer number)
     endProcess(128 + GPOINTER_TO_INT(number));
 }
 
+/// Called by Xlib inside any of its functions; it ends the process should this return.
+int onDisplayLost(Display*)
+{
+    sayTrouble('E', "The display was lost: the program ends");
+    endProcess(1);
+}
+
 bool isIgnored(int number)
 {
     struct sigaction action {};
@@ -93,4 +102,9 @@ void endOnSignals()
     // These end a process in the middle of a recording; ignored, the write fails and says so.
     signal(SIGPIPE, SIG_IGN);
     signal(SIGXFSZ, SIG_IGN);
+}
+
+void endOnLostDisplay()
+{
+    XSetIOErrorHandler(onDisplayLost); // in place of GTK's, which leaves at once and loses what is being recorded
 }

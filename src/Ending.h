@@ -13,3 +13,6 @@ constexpr int sFailureStatus = 255;
 /// Ends the process likewise on SIGINT, SIGTERM and SIGHUP, with status 128 + signal number, and keeps a closed
 /// terminal or a file size limit from killing it. Main thread, once, for a program with a window and its main loop.
 void endOnSignals();
+
+/// Ends the process likewise, with status 1, when the X server goes away. Main thread, once the display is open.
+void endOnLostDisplay();

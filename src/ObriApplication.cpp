@@ -8,6 +8,7 @@
 #include "MainWindow.h"
 #include "ObriVariables.h"
 #include "SharedFlag.h"
+#include "streaming.h"
 #include "StreamStatus.h"
 #include <chrono>
 #include <cstdio>
@@ -151,6 +152,7 @@ void ObriApplication::on_activate()
         runWithoutWindow();
     } else {
         endOnSignals();
+        endOnLostDisplay();
         create_appwindow()->present();
         releaseStreamingThread();
     }

@@ -1,10 +1,8 @@
 #pragma once
 
-#include "streaming.h"
 #include "SUiFunctions.h"
 #include <giomm/applicationcommandline.h>
 #include <gtkmm/application.h>
-#include <memory>
 
 class MainWindow;
 

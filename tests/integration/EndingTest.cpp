@@ -84,6 +84,21 @@ TEST(EndingWhileRecording, FatalErrorFinalisesTheRecordingToo)
     EXPECT_THAT(differences(program.folder() / "recording.adv", parseFrameLog(program.frameLog())), IsEmpty());
 }
 
+// Fails when an X server that goes away takes the recording with it.
+TEST(EndingWhileRecording, LostDisplayFinalisesTheRecordingToo)
+{
+    auto display = std::make_unique<Desktop>();
+    Program program({.simulator = {"--pace", "buffers"}, .environment = {{"DISPLAY", display->display()}}});
+    startRecording(program);
+    display.reset();
+    ASSERT_TRUE(program.waitForEnd());
+    EXPECT_EQ(program.exitStatus(), 1);
+    EXPECT_THAT(program.standardError(), HasSubstr("The display was lost: the program ends\n"));
+    EXPECT_THAT(differences(program.folder() / "recording.adv", parseFrameLog(program.frameLog())), IsEmpty());
+    EXPECT_GE(framesIn(program.folder() / "recording.adv"), sFramesBeforeTheEnd - 5);
+    EXPECT_EQ(program.cameraCommands().back(), "70 00 00 00 00");
+}
+
 // Fails when pulling the cable crashes the program, floods the terminal or spoils the recording.
 TEST(EndingWhileRecording, PulledCableClosesTheRecordingAndLeavesTheProgramCalm)
 {
