@@ -27,18 +27,25 @@ constexpr const char* sOptionalKeys[] = {"OBJECT",   "TELESCOP", "INSTRUME", "OB
                                          "YBINNING", "XBINNING", "TRUDEPTH", "GAIN",     "BITSHIFT", "EXTEND",
                                          "EXPTIME",  "CCD-TEMP", "IMAGETYP", "HISTORY"};
 
+using FileHandle = std::unique_ptr<FILE, int (*)(FILE*)>;
+
+// Throws where any write has failed, this last one or the closing.
+void closeWhole(FileHandle file)
+{
+    if (ferror(file.get()) != 0 || fflush(file.get()) != 0 || fclose(file.release()) != 0)
+        throw std::system_error(errno, std::generic_category());
+}
+
 size_t position(FILE* file)
 {
     return static_cast<size_t>(ftello64(file));
 }
 
-// Closes a file that did not come out whole and takes it away. A device stays.
-void discard(FILE* file, const std::string& path)
+// Takes away a file that did not come out whole. A device stays.
+void discard(const std::string& path)
 {
     struct stat status;
-    const bool isRegular = fstat(fileno(file), &status) == 0 && S_ISREG(status.st_mode);
-    fclose(file);
-    if (isRegular)
+    if (stat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode))
         unlink(path.c_str());
 }
 } // namespace
@@ -64,31 +71,24 @@ std::string FitsWriter::GetFilePath()
 
 void FitsWriter::WriteImage(uint16_t* image)
 {
-    FILE* file = fopen64(m_filePath.c_str(), "wb");
+    FileHandle file(fopen64(m_filePath.c_str(), "wb"), fclose);
     if (file == nullptr)
         throw std::logic_error("Failed to open FITS file for writing.");
-    setvbuf(file, m_scratch->stream.data(), _IOFBF, m_scratch->stream.size());
+    setvbuf(file.get(), m_scratch->stream.data(), _IOFBF, m_scratch->stream.size());
     try {
-        WriteFile(file, image);
+        WriteHeader(file.get(), *m_header);
+        WriteData(file.get(), image, m_header->GetWidth(), m_header->GetHeight());
+        closeWhole(std::move(file));
     } catch (const std::logic_error&) {
-        discard(file, m_filePath);
+        discard(m_filePath);
         throw;
     } catch (const std::system_error& error) {
-        discard(file, m_filePath);
+        discard(m_filePath);
         throw std::logic_error("Failed to write FITS file. (" + error.code().message() + ")");
     } catch (...) {
-        discard(file, m_filePath);
+        discard(m_filePath);
         throw std::logic_error("Failed to write FITS file.");
     }
-    fclose(file);
-}
-
-void FitsWriter::WriteFile(FILE* file, uint16_t* image)
-{
-    WriteHeader(file, *m_header);
-    WriteData(file, image, m_header->GetWidth(), m_header->GetHeight());
-    if (ferror(file) != 0 || fflush(file) != 0)
-        throw std::system_error(errno, std::generic_category());
 }
 
 void FitsWriter::WriteHeader(FILE* file, FitsHeaderData& header)

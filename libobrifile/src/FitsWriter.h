@@ -55,8 +55,6 @@ protected:
     std::string m_filePath;
 
 private:
-    void WriteFile(FILE* file, uint16_t* image);
-
     std::unique_ptr<SFitsScratch> m_ownScratch;
     SFitsScratch* m_scratch; // the caller's, or m_ownScratch
 };

@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 #include <stdexcept>
+#include <unistd.h>
 
 using libobrifile::FitsSequenceWriter;
 using libobrifile::FitsWriter;
@@ -133,6 +134,29 @@ TEST_F(FitsFile, FullDeviceThrowsAndStays)
     uint16_t image[4] = {};
     EXPECT_EQ(thrownBy(full, image), "Failed to write FITS file. (No space left on device)");
     EXPECT_TRUE(std::filesystem::is_character_file("/dev/full"));
+}
+
+// Some file systems tell of a full disk only when the file is closed.
+TEST_F(FitsFile, FileThatCannotBeClosedThrowsAndIsTakenAway)
+{
+    class UnclosableWriter : public FitsWriter {
+    public:
+        using FitsWriter::FitsWriter;
+
+    protected:
+        void WriteData(FILE* file, uint16_t* image, int width, int height) override
+        {
+            FitsWriter::WriteData(file, image, width, height);
+            fflush(file);
+            close(fileno(file));
+        }
+    };
+    UnclosableWriter unclosable(path, &provider);
+    unclosable.GetHeader()->SetWidth(2);
+    unclosable.GetHeader()->SetHeight(2);
+    uint16_t image[4] = {};
+    EXPECT_EQ(thrownBy(unclosable, image), "Failed to write FITS file. (Bad file descriptor)");
+    EXPECT_EQ(directory.fileCount(), 0U);
 }
 
 TEST_F(FitsFile, SequenceWritesEachFrameWithItsOwnTime)
