@@ -1,13 +1,13 @@
 #pragma once
 
+#include "BaseWriter.h"
+#include "ZoneDefinition.h"
+
 #include <array>
 #include <cstdint>
 #include <memory>
 #include <string>
 #include <vector>
-
-#include "BaseWriter.h"
-#include "ZoneDefinition.h"
 
 namespace libobrifile {
 

@@ -1,10 +1,10 @@
 #pragma once
 
+#include "IFileWriterAttributesProvider.h"
+
 #include <cstdint>
 #include <cstdio>
 #include <string>
-
-#include "IFileWriterAttributesProvider.h"
 
 namespace libobrifile {
 

@@ -1,11 +1,11 @@
 #pragma once
 
+#include "BaseWriter.h"
+#include "FitsWriter.h"
+
 #include <cstdint>
 #include <memory>
 #include <string>
-
-#include "BaseWriter.h"
-#include "FitsWriter.h"
 
 namespace libobrifile {
 

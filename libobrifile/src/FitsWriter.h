@@ -1,14 +1,14 @@
 #pragma once
 
+#include "FitsHeaderData.h"
+#include "IFileWriterAttributesProvider.h"
+
 #include <array>
 #include <cstdint>
 #include <cstdio>
 #include <memory>
 #include <string>
 #include <vector>
-
-#include "FitsHeaderData.h"
-#include "IFileWriterAttributesProvider.h"
 
 namespace libobrifile {
 
