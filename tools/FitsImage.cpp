@@ -26,16 +26,16 @@ std::string asciiOnly(const std::string& text)
 
 FitsImage::FitsImage(uint32_t width, uint32_t height) : m_width(width), m_height(height)
 {
-    constexpr size_t sBlock = 2880;
-    m_memoryBytes = sBlock;
-    m_memory = malloc(m_memoryBytes);
+    constexpr size_t sBlock = 2880, sHeaderBlocks = 4;
+    const size_t imageBytes = (size_t{2} * width * height / sBlock + 1) * sBlock;
+    // All of it at once, and zero: cfitsio looks at what lies beyond the end before it writes its padding there.
+    m_memoryBytes = sHeaderBlocks * sBlock + imageBytes;
+    m_memory = calloc(m_memoryBytes, 1);
     if (!m_memory) {
         m_status = MEMORY_ALLOCATION;
         return;
     }
-    // Grown by a whole frame at once, not by a block at a time.
-    const size_t growth = (size_t{2} * width * height / sBlock + 2) * sBlock;
-    fits_create_memfile(&m_file, &m_memory, &m_memoryBytes, growth, realloc, &m_status);
+    fits_create_memfile(&m_file, &m_memory, &m_memoryBytes, imageBytes, realloc, &m_status);
     long size[2] = {static_cast<long>(width), static_cast<long>(height)};
     fits_create_img(m_file, USHORT_IMG, 2, size, &m_status);
 }
