@@ -138,6 +138,15 @@ size_t checkRecordings(const Program& program)
     return frames;
 }
 
+/// A recording outlives the stream that is stopped under it, and can be stopped while streaming alone.
+void endRecording(Program& program)
+{
+    if (program.isEnabled("startStreaming"))
+        program.activate("startStreaming");
+    if (program.isEnabled("stopRecording"))
+        program.activate("stopRecording");
+}
+
 void printFigures(const ProcessGauge& gauge, size_t actions, size_t recorded, const Program& program)
 {
     size_t sent = 0, lost = 0;
@@ -172,8 +181,7 @@ TEST(Soak, RandomActionsLoseNothing)
         ++actions;
         ASSERT_TRUE(gauge.sample()) << program.standardError();
         if (actions % 50 == 0) {
-            if (program.isEnabled("stopRecording"))
-                program.activate("stopRecording");
+            endRecording(program);
             recorded += checkRecordings(program);
             std::filesystem::remove_all(program.folder() / "fits");
         }

@@ -1,0 +1,160 @@
+#include "Observing.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <charconv>
+#include <sstream>
+
+using testing::HasSubstr;
+using testing::Not;
+
+namespace {
+
+using std::chrono::sys_days;
+using std::chrono::year_month_day;
+using namespace std::chrono_literals;
+using Nanoseconds = std::chrono::nanoseconds;
+using SysNs = std::chrono::sys_time<Nanoseconds>;
+
+constexpr SysNs s2010 = sys_days(2010y / 1 / 1);
+
+// The night of the test: camera seconds from switch-on to midnight, and when its GPS has a fix.
+constexpr int sMidnight = 15, sFixAfter = 13, sLoseFrom = 16, sLoseFor = 2, sEnd = 19;
+
+struct SNight {
+    const char* name;
+    year_month_day tomorrow;
+    int failingYear; ///< of the two, the one beyond the range that can be recorded; 0: none
+};
+
+std::ostream& operator<<(std::ostream& stream, const SNight& night)
+{
+    return stream << night.name;
+}
+
+std::vector<SNight> nights()
+{
+    const SNight end{"RangeEnds", 2059y / 1 / 1, 2059};
+    if (!isNightly())
+        return {end};
+    return {end,
+            {"RangeBegins", 2010y / 1 / 1, 2009},
+            {"LeapDayBegins", 2028y / 2 / 29, 0},
+            {"LeapDayEnds", 2028y / 3 / 1, 0},
+            {"LastYearBegins", 2058y / 1 / 1, 0}};
+}
+
+int yearOf(SysNs time)
+{
+    return static_cast<int>(year_month_day(std::chrono::floor<std::chrono::days>(time)).year());
+}
+
+bool isInRange(SysNs time)
+{
+    return yearOf(time) >= 2010 && yearOf(time) <= 2058;
+}
+
+/// The camera's frame times as its log tells them, to the nanosecond.
+struct SCameraTimes {
+    SysNs start, end;
+};
+
+std::map<uint32_t, SCameraTimes> cameraTimes(const Program& program)
+{
+    std::map<uint32_t, SCameraTimes> times;
+    for (const std::string& line : program.frameLog()) {
+        std::istringstream words(line);
+        uint32_t id = 0;
+        std::string fate;
+        int64_t start = 0, end = 0;
+        words >> id >> fate >> start >> end;
+        times[id] = {SysNs(Nanoseconds(start)), SysNs(Nanoseconds(end))};
+    }
+    return times;
+}
+
+/// Nanoseconds since 2010 that a record holds for a time: whole milliseconds; a year that cannot be converted
+/// leaves the first second of 1970 with the milliseconds.
+int64_t recordedNs(SysNs time)
+{
+    const auto ms = std::chrono::floor<std::chrono::milliseconds>(time);
+    if (isInRange(time))
+        return Nanoseconds(ms - s2010).count();
+    const auto part = ms - std::chrono::floor<std::chrono::seconds>(time);
+    return Nanoseconds(part).count() - Nanoseconds(s2010.time_since_epoch()).count();
+}
+
+/// What stands for the time of a frame as a whole; a failed conversion leaves the first moment of 1601.
+int64_t systemTimeNs(SysNs start)
+{
+    constexpr uint64_t sTicksOf1601 = 504911232000000000, sTicksOf2010 = 633979008000000000;
+    return isInRange(start) ? recordedNs(start) : static_cast<int64_t>((sTicksOf1601 - sTicksOf2010) * 100);
+}
+
+bool hasFix(SysNs start, SysNs switchOn)
+{
+    const auto passed = start - switchOn;
+    const bool isLost =
+        passed >= std::chrono::seconds(sLoseFrom) && passed < std::chrono::seconds(sLoseFrom + sLoseFor);
+    return passed >= std::chrono::seconds(sFixAfter) && !isLost;
+}
+
+void expectRecorded(const obriadv::SAdvFrame& frame, const SCameraTimes& sent, SysNs switchOn)
+{
+    EXPECT_EQ(frame.startNs, recordedNs(sent.start));
+    EXPECT_EQ(frame.endNs, recordedNs(sent.end));
+    EXPECT_EQ(frame.midNs, (static_cast<uint64_t>(frame.startNs) + static_cast<uint64_t>(frame.endNs)) >> 1);
+    EXPECT_EQ(frame.status.systemTimeNs, systemTimeNs(sent.start));
+    EXPECT_EQ(frame.status.fixStatus, hasFix(sent.start, switchOn) ? 3 : 0);
+    EXPECT_EQ(frame.status.satellites > 3, hasFix(sent.start, switchOn));
+}
+
+class NightOf : public testing::TestWithParam<SNight> {};
+
+} // namespace
+
+// Fails when midnight, a leap day, the end of the range of years, or a GPS fix that comes and goes spoils a
+// recorded time or the GPS state beside it.
+TEST_P(NightOf, RecordsTimesAndFixAsTheCameraSentThem)
+{
+    const SNight& night = GetParam();
+    const SysNs switchOn = sys_days(night.tomorrow) - std::chrono::seconds(sMidnight);
+    const auto unixSeconds = std::chrono::floor<std::chrono::seconds>(switchOn).time_since_epoch().count();
+    Program program(
+        {.simulator = {"--start-time", std::to_string(unixSeconds), "--gps-fix-after", std::to_string(sFixAfter),
+                       "--gps-lose", std::to_string(sLoseFrom) + "," + std::to_string(sLoseFor)}});
+    ASSERT_NO_FATAL_FAILURE(streamAt(program, sSmallSize));
+    ASSERT_NO_FATAL_FAILURE(startRecording(program));
+    ASSERT_TRUE(
+        waitFor([&] { return cameraTimes(program).rbegin()->second.start > switchOn + Nanoseconds(sEnd * 1s); }));
+    ASSERT_NO_FATAL_FAILURE(stopRecording(program));
+    quit(program);
+
+    obriadv::AdvFile file;
+    ASSERT_EQ(file.open(program.folder() / "recording.adv"), "");
+    const auto sent = cameraTimes(program);
+    size_t fixChanges = 0, failures = 0;
+    for (size_t n = 0; n < file.frames().size() && !HasFailure(); ++n) {
+        const obriadv::SAdvFrame& frame = file.frames()[n];
+        const auto at = sent.find(frame.status.cameraFrameId);
+        ASSERT_NE(at, sent.end());
+        expectRecorded(frame, at->second, switchOn);
+        failures += !isInRange(at->second.start);
+        fixChanges += n > 0 && frame.status.fixStatus != file.frames()[n - 1].status.fixStatus;
+    }
+    EXPECT_EQ(fixChanges, 3u) << "found, lost and found again";
+
+    const std::string warning = "W Parsing camera timestamp failed, year:  " + std::to_string(night.failingYear) + "\n";
+    if (night.failingYear == 0) {
+        EXPECT_THAT(program.log(), Not(HasSubstr("timestamp failed")));
+    } else {
+        EXPECT_THAT(program.log(), HasSubstr(warning));
+        EXPECT_GT(failures, 10u);
+    }
+    const SHeld held = framesHeld(program.folder() / "recording.adv", parseFrameLog(program.frameLog()));
+    EXPECT_EQ(held.missing, 0u);
+    printf("night %s: %zu frames, %zu of a year beyond the range\n", night.name, held.frames, failures);
+}
+
+INSTANTIATE_TEST_SUITE_P(Before, NightOf, testing::ValuesIn(nights()), testing::PrintToStringParamName());

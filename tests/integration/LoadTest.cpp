@@ -1,0 +1,151 @@
+#include "Observing.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <fcntl.h>
+#include <fstream>
+#include <thread>
+#include <unistd.h>
+
+using testing::IsEmpty;
+
+namespace {
+
+constexpr int sStallMs = 3000;
+constexpr size_t sStallCountdown = 40; // frames of the recording before the main loop stands still
+
+/// Another program that writes to the same disk as fast as it takes it, for as long as the object lives.
+class DiskWriter {
+public:
+    explicit DiskWriter(std::filesystem::path path) : m_path(std::move(path)), m_thread([this] { write(); }) {}
+    ~DiskWriter()
+    {
+        m_stop = true;
+        m_thread.join();
+        std::filesystem::remove(m_path);
+    }
+    DiskWriter(const DiskWriter&) = delete;
+    DiskWriter& operator=(const DiskWriter&) = delete;
+
+    uint64_t megabytes() const { return m_megabytes; }
+
+private:
+    void write()
+    {
+        constexpr size_t sFileMegabytes = 512; // then from the start again: disks are small
+        const std::vector<char> block(1 << 20, 'x');
+        const int file = open(m_path.c_str(), O_CREAT | O_WRONLY | O_TRUNC | O_CLOEXEC, 0600);
+        while (!m_stop) {
+            if (m_megabytes % sFileMegabytes == 0)
+                lseek(file, 0, SEEK_SET);
+            if (::write(file, block.data(), block.size()) != static_cast<ssize_t>(block.size()))
+                break;
+            if (++m_megabytes % 64 == 0)
+                fdatasync(file);
+        }
+        close(file);
+    }
+
+    std::filesystem::path m_path;
+    std::atomic<bool> m_stop{false};
+    std::atomic<uint64_t> m_megabytes{0};
+    std::thread m_thread;
+};
+
+struct SLoad {
+    const char* name;
+    SFrameSize size;
+    const char* pace;
+    int framesPerSecond; ///< asked of the camera
+    int exposureMs;
+    double seconds;
+    bool mayLose; ///< faster than this machine promises
+};
+
+std::ostream& operator<<(std::ostream& stream, const SLoad& load)
+{
+    return stream << load.name;
+}
+
+std::vector<SLoad> loads()
+{
+    const double seconds = isNightly() ? 60 : 5;
+    const SLoad fullInTime{"FullAt13InTime", sFullSize, "time", 0, 40, seconds, false};
+    const SLoad smallByBuffers{"SmallAt1000ByBuffers", sSmallSize, "buffers", 1000, 1, seconds, false};
+    const SLoad smallInTime{"SmallAt1000InTime", sSmallSize, "time", 1000, 1, seconds, true};
+    if (!isNightly())
+        return {fullInTime, smallInTime};
+    return {fullInTime,
+            smallByBuffers,
+            smallInTime,
+            {"FullFastestByBuffers", sFullSize, "buffers", 1000, 1, seconds / 3, false},
+            {"FullAt25InTime", sFullSize, "time", 25, 40, seconds / 2, true},
+            {"FullAt60InTime", sFullSize, "time", 60, 1, seconds / 3, true},
+            {"SmallAt500InTime", sSmallSize, "time", 500, 1, seconds, true}};
+}
+
+/// Cuts a recording's span into what a table of limits says.
+void printFigures(const SLoad& load, const SHeld& held, const std::map<uint32_t, SCameraFrame>& camera, uint64_t disk)
+{
+    if (!held.span)
+        return;
+    const auto& first = camera.at(held.span->first);
+    const auto& last = camera.at(held.span->second);
+    const double seconds = static_cast<double>(last.endNs - first.startNs) / 1e9;
+    printf("load %s: %zu frames, %.1f a second by the camera's clock, %zu lost by the camera, %zu missing; "
+           "main loop stalled %d ms, %llu MB written beside\n",
+           load.name, held.frames, static_cast<double>(held.frames + held.lostByCamera) / seconds, held.lostByCamera,
+           held.missing, sStallMs, static_cast<unsigned long long>(disk));
+}
+
+class Load : public testing::TestWithParam<SLoad> {};
+
+} // namespace
+
+// Fails when a busy disk and a window that stands still cost a frame at a rate that is promised, or when a frame that
+// is lost beyond that rate is not counted.
+TEST_P(Load, LosesNothingThatWasSentAndCountsWhatWasNot)
+{
+    if (sIsSanitized)
+        GTEST_SKIP() << "in real time";
+    const SLoad& load = GetParam();
+    std::vector<std::string> simulator{"--pace", load.pace};
+    if (load.framesPerSecond > 0)
+        simulator.insert(simulator.end(), {"--fps", std::to_string(load.framesPerSecond)});
+    for (const std::string& word : loading(OBRI_HINDRANCE))
+        simulator.push_back(word);
+    Program program(
+        {.simulator = simulator, .environment = {{"OBRI_TEST_STALL", "stall-now," + std::to_string(sStallMs)}}});
+    ASSERT_NO_FATAL_FAILURE(streamAt(program, load.size));
+    ASSERT_NO_FATAL_FAILURE(setExposure(program, load.exposureMs));
+
+    uint64_t written = 0;
+    {
+        const DiskWriter writer(program.folder() / "other-program.dat");
+        ASSERT_NO_FATAL_FAILURE(startRecording(program));
+        ASSERT_TRUE(program.waitForFrames(program.frameLog().size() + sStallCountdown, Seconds(30)));
+        std::ofstream(program.folder() / "stall-now").flush();
+        std::this_thread::sleep_for(Seconds(load.seconds));
+        EXPECT_FALSE(std::filesystem::exists(program.folder() / "stall-now")) << "the main loop never stood still";
+        ASSERT_NO_FATAL_FAILURE(stopRecording(program));
+        written = writer.megabytes();
+    }
+    quit(program);
+
+    const auto camera = parseFrameLog(program.frameLog());
+    const auto recording = program.folder() / "recording.adv";
+    EXPECT_THAT(differences(recording, camera), IsEmpty());
+    const SHeld held = framesHeld(recording, camera);
+    printFigures(load, held, camera, written);
+    EXPECT_EQ(held.missing, 0u);
+    EXPECT_EQ(lossToldBy(program), held.lostByCamera);
+    if (load.mayLose)
+        return;
+    if (held.lostByCamera > 0 && isBusyElsewhere())
+        GTEST_SKIP() << "the machine is busy elsewhere";
+    EXPECT_EQ(held.lostByCamera, 0u);
+}
+
+INSTANTIATE_TEST_SUITE_P(Rate, Load, testing::ValuesIn(loads()), testing::PrintToStringParamName());

@@ -1,0 +1,70 @@
+#pragma once
+
+#include "Program.h"
+#include "RecordingCheck.h"
+
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+// What an observer does in every run, and how what came of it is judged.
+
+/// A size of the camera, as the window's box lists it.
+struct SFrameSize {
+    const char* name;
+    int row;
+    int width;
+    int height;
+};
+constexpr SFrameSize sFullSize{"Full", 0, 1624, 1240};
+constexpr SFrameSize sSmallSize{"Small", 2, 176, 128};
+
+// A sanitizer slows the program to a third: what must hold in real time holds for plain builds only.
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+constexpr bool sIsSanitized = true;
+#elif defined(__has_feature)
+constexpr bool sIsSanitized = __has_feature(address_sanitizer) || __has_feature(thread_sanitizer);
+#else
+constexpr bool sIsSanitized = false;
+#endif
+
+/// Options for the simulated camera that run the program with a library ahead of all others it is loaded with.
+std::vector<std::string> loading(const std::string& library);
+
+/// True when the machine has so much else to do that nothing can be said about real time.
+bool isBusyElsewhere();
+
+/// True when the environment asks for the long forms of tests (OBRI_NIGHTLY).
+bool isNightly();
+
+// The steps end a test with a fatal failure when the program does not follow.
+
+/// Waits for frames, then changes to the size and waits for the first frame of it.
+void streamAt(Program& program, const SFrameSize& size);
+/// Enters an exposure time and waits until frames have it.
+void setExposure(Program& program, int ms);
+void startRecording(Program& program);
+void stopRecording(Program& program);
+void quit(Program& program);
+
+/// Frames that a recording holds; 0 when it cannot be read.
+size_t framesIn(const std::filesystem::path& recording);
+/// Lines of a text that hold a phrase.
+size_t countLines(const std::string& text, const std::string& phrase);
+/// What is said about the frame log as a whole: the numbers behind "# NAME", on the line that begins so.
+std::vector<double> numbersAfter(const std::filesystem::path& log, const std::string& name);
+
+/// What a recording holds of the camera's frames, told by their pixels alone: right also where counters and times
+/// of frames are damaged.
+struct SHeld {
+    size_t frames = 0;
+    size_t missing = 0;                 ///< sent between the first and the last that is held
+    size_t lostByCamera = 0;            ///< made in that span and never sent
+    std::vector<std::string> strangers; ///< frames of the file that the camera did not send, or not in this order
+    std::optional<std::pair<uint32_t, uint32_t>> span = {}; ///< the camera's numbers of the first and the last
+};
+SHeld framesHeld(const std::filesystem::path& recording, const std::map<uint32_t, SCameraFrame>& camera);
+
+/// Frames lost by the program's own count, as its log tells after a recording; none when it does not.
+std::optional<size_t> lossToldBy(const Program& program);
