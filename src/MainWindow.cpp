@@ -8,6 +8,7 @@
 #include "StatusView.h"
 #include "streaming.h"
 #include "SUiFunctions.h"
+#include <algorithm>
 #include <cstdio>
 #include <gdkmm/monitor.h>
 #include <gio/gio.h>

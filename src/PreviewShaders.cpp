@@ -2,6 +2,7 @@
 
 #include "MainWindowParts.h"
 
+#include <algorithm>
 #include <cmath>
 #include <giomm/resource.h>
 #include <iostream>

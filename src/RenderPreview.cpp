@@ -1,7 +1,8 @@
 #include "RenderPreview.h"
 
+#include "Ending.h"
+
 #include <cstdio>
-#include <cstdlib>
 #include <gdkmm/glcontext.h>
 #include <iostream>
 #include <utility>
@@ -197,7 +198,7 @@ void RenderPreview::initGlBuffers()
     printf("textureHandle[0] = %d\n", static_cast<int>(textureHandle[0]));
     if (textureHandle[0] == 0) {
         fprintf(stderr, "Failed to create OpenGL texture for preview window, exiting.\n");
-        exit(-1);
+        endProcess(sFailureStatus);
     }
 }
 
