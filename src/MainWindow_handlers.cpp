@@ -140,6 +140,7 @@ void MainWindow::onStartRecordingAdv()
     puts("Start recording ADV requested");
     functions->startRecordingAdv();
     enableControls();
+    m_statusView->show(readStreamStatus());
 }
 
 void MainWindow::onStartRecordingFits()
@@ -147,6 +148,7 @@ void MainWindow::onStartRecordingFits()
     puts("Start recording FITS requested");
     functions->startRecordingFits();
     enableControls();
+    m_statusView->show(readStreamStatus());
 }
 
 void MainWindow::onStopRecording()
@@ -154,6 +156,7 @@ void MainWindow::onStopRecording()
     puts("Stop recording requested");
     functions->stopRecording();
     enableControls();
+    m_statusView->show(readStreamStatus());
 }
 
 void MainWindow::onSingleFitsLight()
@@ -281,7 +284,8 @@ void MainWindow::histogramChanged()
 bool MainWindow::onDrawHistogram(const Cairo::RefPtr<Cairo::Context>& cr)
 {
     const bool recompute = loadShared(m_updateHistogram) != 0;
-    storeShared(m_updateHistogram, 0); // before the bins are copied: newer ones set it again
+    if (recompute) // and before the bins are copied: so no newer ones can lose their mark
+        storeShared(m_updateHistogram, 0);
     m_histogramView->draw(cr, recompute);
     return true;
 }

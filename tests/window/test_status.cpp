@@ -122,6 +122,20 @@ TEST_F(Status, WhatWentWrongIsShownBesideOtherWarnings)
     EXPECT_TRUE(says("lblWarning", "No space left on device); Camera time is not valid"));
 }
 
+TEST_F(Status, StartAndStopOfARecordingShowAtOnce)
+{
+    camera.streaming = 1;
+    ASSERT_TRUE(waitUntil([&] { return isEnabled("startRecordingAdv"); }));
+    become(recordingStatus());
+    camera.recording = 1;
+    window->activate_action("startRecordingAdv");
+    auto& label = find<Gtk::Label>("lblRecording");
+    EXPECT_THAT(label.get_text().raw(), HasSubstr("REC"));
+    become(streamingStatus());
+    window->activate_action("stopRecording");
+    EXPECT_EQ(label.get_text(), "Not recording");
+}
+
 TEST_F(Status, ARecordingIsSeenAndItsTotalsAreLogged)
 {
     const auto folder = std::filesystem::temp_directory_path() / ("obri-status-" + std::to_string(getpid()));
