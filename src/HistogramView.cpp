@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <gdk/gdkkeysyms.h>
 #include <gtkmm/stylecontext.h>
 #include <pangomm/layout.h>
 
@@ -20,8 +21,9 @@ struct SColour {
 
 // Seen on a light background as well as on a dark one.
 constexpr SColour sBars{0.35, 0.58, 0.85}, sTransfer{0.93, 0.55, 0.10};
-constexpr double sWhite = 255;     // highest output of the stretch
-constexpr int sTransferSteps = 64; // runs of pixel values that the transfer curve gives the end of
+constexpr double sWhite = 255;       // highest output of the stretch
+constexpr double sFullScale = 65535; // highest value of a handle
+constexpr int sTransferSteps = 64;   // runs of pixel values that the transfer curve gives the end of
 
 void use(const Cairo::RefPtr<Cairo::Context>& cr, const SColour& colour)
 {
@@ -56,6 +58,7 @@ HistogramView::HistogramView(Gtk::DrawingArea* area, libobribase::Histogram* his
 {
     m_area->add_events(Gdk::POINTER_MOTION_MASK | Gdk::LEAVE_NOTIFY_MASK);
     m_area->signal_motion_notify_event().connect(sigc::mem_fun(*this, &HistogramView::onPointerMoved));
+    m_area->signal_key_press_event().connect(sigc::mem_fun(*this, &HistogramView::onKeyPressed), false);
 }
 
 void HistogramView::draw(const Cairo::RefPtr<Cairo::Context>& cr, bool recompute)
@@ -73,6 +76,8 @@ void HistogramView::draw(const Cairo::RefPtr<Cairo::Context>& cr, bool recompute
     drawTransferCurve(cr);
     drawHandles(cr);
     drawTitle(cr);
+    if (m_area->has_visible_focus())
+        m_area->get_style_context()->render_focus(cr, 0, 0, m_width, m_height);
 }
 
 /// Tells the model the area's size, which moves the plot and its handles.
@@ -186,9 +191,13 @@ const char* HistogramView::cursorNameAt(int x, int y) const
 {
     const HistogramDragger* draggers[] = {&m_histogram->GetMidDragger(), &m_histogram->GetLowDragger(),
                                           &m_histogram->GetHighDragger()};
-    for (const HistogramDragger* dragger : draggers)
-        if (dragger->dragging || dragger->HitTest(x, y))
-            return dragger->horizontal ? "ew-resize" : "ns-resize";
+    const auto under = [&](const HistogramDragger* dragger) { return dragger->HitTest(x, y); };
+    const auto held = [](const HistogramDragger* dragger) { return dragger->dragging != 0; };
+    const auto* found = std::find_if(std::begin(draggers), std::end(draggers), held);
+    if (found == std::end(draggers)) // what is held keeps its cursor over the other handles
+        found = std::find_if(std::begin(draggers), std::end(draggers), under);
+    if (found != std::end(draggers))
+        return (*found)->horizontal ? "ew-resize" : "ns-resize";
     return m_histogram->GetPlotRect().ContainsPoint(x, y) ? "crosshair" : nullptr;
 }
 
@@ -204,4 +213,45 @@ bool HistogramView::onPointerMoved(GdkEventMotion* event)
             window->set_cursor();
     }
     return false;
+}
+
+bool HistogramView::onKeyPressed(GdkEventKey* event)
+{
+    const HistogramDragger& bound =
+        event->state & GDK_SHIFT_MASK ? m_histogram->GetHighDragger() : m_histogram->GetLowDragger();
+    switch (event->keyval) {
+    case GDK_KEY_Left:
+        nudge(bound, -1);
+        return true;
+    case GDK_KEY_Right:
+        nudge(bound, 1);
+        return true;
+    case GDK_KEY_Up:
+        nudge(m_histogram->GetMidDragger(), 1);
+        return true;
+    case GDK_KEY_Down:
+        nudge(m_histogram->GetMidDragger(), -1);
+        return true;
+    default:
+        return false;
+    }
+}
+
+/// Drags a handle by some pixels of its own way, as the pointer would.
+void HistogramView::nudge(const HistogramDragger& dragger, int pixels)
+{
+    const Rect &plot = m_histogram->GetPlotRect(), box = dragger.GetRect();
+    if (plot.w < 1 || plot.h < 1)
+        return;
+    // Rounded: the model cuts off a fraction when it takes a position and another when it gives one.
+    const double part = dragger.GetValue() / sFullScale;
+    const int x = plot.x + static_cast<int>(std::lround(part * plot.w)) + pixels;
+    const int y = plot.Y2() - static_cast<int>(std::lround(part * plot.h)) - pixels;
+    m_histogram->OnMouseClick(box.x + box.w / 2, box.y + box.h / 2, 0);
+    if (dragger.dragging)
+        m_histogram->OnContinueDrag(x, y);
+    m_histogram->OnReleaseDrag();
+    if (dragger.horizontal && m_histogram->GetMidDragger().HitTest(box.x + box.w / 2, box.y + box.h / 2))
+        m_histogram->OnMouseClick(x, plot.y + 1, 0); // the low bound's handle lies under that of the mid tones
+    m_area->queue_draw();
 }

@@ -24,7 +24,8 @@ extern int m_nofHistoPoints;
 void computeHistoPoints(const libobribase::SHistogramBins& counts, const libobribase::Rect& plot,
                         std::vector<SHistoPoint>& points);
 
-/// Draws the histogram model into its area and gives the handles a cursor that says they can be dragged. Main thread.
+/// Draws the histogram model into its area, gives the handles a cursor that says they can be dragged, and moves them by
+/// the arrow keys: the low bound, with Shift the high bound, up and down the mid tones. Main thread.
 class HistogramView : public sigc::trackable {
 public:
     /// Both are borrowed and outlive the view.
@@ -43,6 +44,8 @@ private:
     void drawTitle(const Cairo::RefPtr<Cairo::Context>& cr);
     void useForeground(const Cairo::RefPtr<Cairo::Context>& cr, double alpha);
     bool onPointerMoved(GdkEventMotion* event);
+    bool onKeyPressed(GdkEventKey* event);
+    void nudge(const libobribase::HistogramDragger& dragger, int pixels);
     const char* cursorNameAt(int x, int y) const;
 
     Gtk::DrawingArea* m_area;

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <atomic>
 #include <cmath>
+#include <gdk/gdkkeysyms.h>
 #include <thread>
 
 using libobribase::Rect;
@@ -72,7 +73,13 @@ protected:
     Gtk::DrawingArea& area() { return find<Gtk::DrawingArea>("ctlHistogram"); }
     static double middleX(const Rect& box) { return box.x + box.w / 2.0; }
     static double middleY(const Rect& box) { return box.y + box.h / 2.0; }
-    bool hasCursor() { return gdk_window_get_cursor(area().get_window()->gobj()) != nullptr; }
+    GdkCursor* cursor() { return gdk_window_get_cursor(area().get_window()->gobj()); }
+    void typeInPlot(guint key, int times, GdkModifierType modifiers = GdkModifierType(0))
+    {
+        area().grab_focus();
+        for (int i = 0; i < times; ++i)
+            typeKey(key, modifiers);
+    }
     void fillBins(const SHistogramBins& counts)
     {
         auto* buffer = m_histogram->GetHistoBuffer();
@@ -138,9 +145,41 @@ TEST_F(HistogramControl, CursorTellsWhatCanBeDragged)
 {
     const Rect high = m_histogram->GetHighDragger().GetRect();
     move(area(), middleX(high), middleY(high), 0);
-    EXPECT_TRUE(hasCursor());
+    GdkCursor* sideways = cursor();
+    EXPECT_TRUE(sideways);
     move(area(), 5, area().get_height() / 4.0, 0); // the margin beside the plot
-    EXPECT_FALSE(hasCursor());
+    EXPECT_FALSE(cursor());
+
+    const Rect mid = m_histogram->GetMidDragger().GetRect();
+    move(area(), middleX(mid), middleY(mid), 0);
+    EXPECT_NE(cursor(), sideways);
+    press(area(), middleX(high), middleY(high));
+    move(area(), middleX(mid), middleY(mid));
+    EXPECT_EQ(cursor(), sideways) << "another handle under the one that is held";
+    release(area(), middleX(mid), middleY(mid));
+}
+
+TEST_F(HistogramControl, HandlesFollowTheArrowKeys)
+{
+    const Rect plot = m_histogram->GetPlotRect();
+    const auto atPixel = [](int pixel, int length) { return pixel * 65535 / length; };
+    const auto &low = m_histogram->GetLowDragger(), &high = m_histogram->GetHighDragger(),
+               &mid = m_histogram->GetMidDragger();
+    typeInPlot(GDK_KEY_Right, 30);
+    typeInPlot(GDK_KEY_Left, 10);
+    EXPECT_EQ(low.GetValue(), atPixel(20, plot.w));
+    typeInPlot(GDK_KEY_Left, 7, GDK_SHIFT_MASK);
+    typeInPlot(GDK_KEY_Right, 2, GDK_SHIFT_MASK);
+    EXPECT_EQ(high.GetValue(), atPixel(plot.w - 5, plot.w));
+    typeInPlot(GDK_KEY_Up, 2 * plot.h);
+    EXPECT_EQ(mid.GetValue(), 65535);
+    typeInPlot(GDK_KEY_Down, 2 * plot.h);
+    EXPECT_EQ(mid.GetValue(), 0);
+    typeInPlot(GDK_KEY_Left, 50);
+    EXPECT_EQ(low.GetValue(), 0) << "where it stops, below the handle of the mid tones";
+    typeInPlot(GDK_KEY_Right, 3);
+    EXPECT_EQ(low.GetValue(), atPixel(3, plot.w));
+    EXPECT_EQ(mid.GetValue(), 0);
 }
 
 TEST_F(HistogramControl, ANewHistogramReachesTheScreen)
