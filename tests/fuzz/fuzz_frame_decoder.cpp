@@ -5,7 +5,7 @@
 #include "FrameProcessing.h"
 #include "PixelKernels.h"
 
-#include "../unit/base/PixelReference.h"
+#include "../../bench/PixelReference.h"
 
 #include <cstdlib>
 #include <vector>
