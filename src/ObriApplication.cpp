@@ -16,7 +16,6 @@
 #include <iostream>
 #include <thread>
 
-using libobribase::loadShared;
 using libobribase::storeShared;
 
 Glib::RefPtr<ObriApplication> gApp;
