@@ -2,7 +2,7 @@
 
 #include <cstdio>
 #include <gtk/gtk.h>
-#include <memory>
+#include <string>
 
 namespace {
 

@@ -2,7 +2,6 @@
 
 #include <glibmm/optioncontext.h>
 #include <glibmm/ustring.h>
-#include <gtkmm/application.h>
 
 /// Where the values of the program's options go.
 struct SOptionTargets {
