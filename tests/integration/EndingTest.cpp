@@ -102,7 +102,7 @@ TEST(EndingWhileRecording, LostDisplayFinalisesTheRecordingToo)
 // Fails when pulling the cable crashes the program, floods the terminal or spoils the recording.
 TEST(EndingWhileRecording, PulledCableClosesTheRecordingAndLeavesTheProgramCalm)
 {
-    Program program({.simulator = {"--unplug-after", "40"}});
+    Program program({.simulator = {"--unplug-after", "80", "--pace", "buffers"}});
     startRecording(program);
     ASSERT_TRUE(waitFor([&] { return !program.isEnabled("stopRecording"); }));
     std::this_thread::sleep_for(std::chrono::seconds(3));
