@@ -15,6 +15,7 @@
 #include <cstdlib>
 #include <exception>
 #include <new>
+#include <utility>
 
 using namespace libobribase;
 
@@ -112,8 +113,11 @@ void FrameProcessor::ProcessFrame(SVideoDevice* cam)
     if (frame.raw && bytesUsed > 0 && isUsable(frame, bytesUsed)) {
         try {
             processUsableFrame(frame);
+            m_failureSaid = false;
         } catch (const std::exception& failure) {
-            failRecording(std::string("Frame processing failed: ") + failure.what());
+            // No writer's, they are caught where they write: a recording goes on with the next frame.
+            if (!std::exchange(m_failureSaid, true))
+                sayTrouble('E', std::string("Frame processing failed: ") + failure.what());
         }
     }
     m_device.release(cam->fd, &cam->videomem);

@@ -40,8 +40,8 @@ struct SFitsRecordingJob {
 
 /// Carries each frame from the driver's buffer through decoding, corrections, recording and preview.
 ///
-/// ProcessFrame runs on the streaming thread. Everything that starts or ends recordings, and StreamStarted, runs on
-/// the main thread while the frame gate keeps frames out; so neither side needs a lock. Built before main runs.
+/// ProcessFrame runs on the streaming thread. Everything that starts or ends recordings, and StreamStarted, runs
+/// on either thread while the frame gate keeps frames out; so neither side needs a lock. Built before main runs.
 class FrameProcessor : public libobrifile::IFileWriterAttributesProvider {
 public:
     /// @param device  where frames come from and previews go to; kept for the processor's life.
@@ -192,6 +192,7 @@ private:
     int m_refusedWidth = 0; ///< geometry whose refusal has been said
     int m_refusedHeight = 0;
     bool m_shortFrameSaid = false;
+    bool m_failureSaid = false;
 };
 
 /// The one histogram, there before main runs.

@@ -55,6 +55,17 @@ protected:
 
 } // namespace
 
+TEST_F(FrameRecording, GoesOnWhenAnotherStepFails)
+{
+    frame();
+    record();
+    sPretended.previewFails = true;
+    EXPECT_EQ(saidBy([&] { frames(2); }), "Frame processing failed: std::bad_alloc\n");
+    EXPECT_TRUE(processor.IsRecording());
+    EXPECT_EQ(records.size(), 2u);
+    EXPECT_EQ(sPretended.released, 3);
+}
+
 TEST_F(FrameRecording, FramesCarryTheirStartTimeOrTheEpochWhenTheCameraHasNone)
 {
     frame();

@@ -12,6 +12,7 @@
 
 #include <algorithm>
 #include <gtest/gtest.h>
+#include <new>
 #include <vector>
 
 /// What the pretended driver has and what the pretended window got.
@@ -21,6 +22,7 @@ struct SPretended {
     int bytesUsed = 0;
     int dequeued = 0, released = 0, histograms = 0;
     std::vector<uint32_t> preview;
+    bool previewFails = false;
     int previewWidth = 0;
     size_t previewPixels = 0;
 };
@@ -33,6 +35,8 @@ inline const SFrameDevice sPretendedDevice{[](int, SVideoMemory*, void** frame) 
                                            },
                                            [](int, SVideoMemory*) { ++sPretended.released; },
                                            [](uint32_t* frame, int width) {
+                                               if (sPretended.previewFails)
+                                                   throw std::bad_alloc();
                                                sPretended.previewWidth = width;
                                                sPretended.preview.assign(frame, frame + sPretended.previewPixels);
                                            },
