@@ -1,4 +1,5 @@
 #include "LightCurve.h"
+#include "../base/TemporaryFolder.h"
 #include "AdvBuilder.h"
 
 #include <cmath>
@@ -39,53 +40,35 @@ AdvBuilder occultation()
     return builder;
 }
 
-TEST(LightCurve, FindsFluxAndTimesOfAnOccultation)
+TEST(LightCurve, FindsFluxAndTimesOfAnOccultationAndTellsBadFrames)
 {
     AdvFile file;
-    ASSERT_EQ(openBytes(file, occultation().build()), "");
-    SAperture aperture;
-    aperture.x = sX;
-    aperture.y = sY;
-    aperture.radius = 6;
-    aperture.inner = 9;
-    aperture.outer = 25; // reaches beyond the image and its last row
-    std::vector<SLightPoint> points;
-    std::vector<size_t> skipped;
-    ASSERT_EQ(measureLightCurve(file, aperture, points, skipped), "");
-    ASSERT_EQ(points.size(), 20u);
-    for (const SLightPoint& point : points) {
-        const double expected = point.frame >= 10 && point.frame < 15 ? 0 : sFlux;
-        EXPECT_NEAR(point.flux, expected, 2000) << point.frame;
-        EXPECT_NEAR(point.sky, sSky, 10);
-        EXPECT_NEAR(point.skySigma, 40, 6);
-        EXPECT_FALSE(point.isSaturated);
-        EXPECT_EQ(point.midNs, AdvBuilder::sFirstStart + static_cast<int64_t>(point.frame) * AdvBuilder::sPeriod +
-                                   AdvBuilder::sExposure / 2);
-    }
-    EXPECT_THAT(lightCurveCsv(points), HasSubstr("\n10,1010,2020-01-01T00:00:00.419000,0.400000,0.038000,"));
-    EXPECT_THAT(lightCurveText(points), HasSubstr("20 frames"));
-    TemporaryFolder folder;
-    ASSERT_EQ(lightCurvePng(points, "test", folder.path("a.png")), "");
-    const std::vector<uint8_t> png = readWhole(folder.path("a.png"));
-    ASSERT_GT(png.size(), 1000u);
-    EXPECT_EQ(std::string(png.begin() + 1, png.begin() + 4), "PNG");
-}
-
-TEST(LightCurve, SaturationAndDamagedFramesAreTold)
-{
     AdvBuilder builder = occultation();
     builder.frames[3].pixels[2 * (18 * 48 + 20)] = 0xF0;
     builder.frames[3].pixels[2 * (18 * 48 + 20) + 1] = 0xFF;
     builder.frames[5].pixels.pop_back();
-    AdvFile file;
     ASSERT_EQ(openBytes(file, builder.build()), "");
     std::vector<SLightPoint> points;
     std::vector<size_t> skipped;
-    ASSERT_EQ(measureLightCurve(file, {sX, sY, 5, 8, 14}, points, skipped), "");
+    ASSERT_EQ(measureLightCurve(file, {sX, sY, 6, 9, 25}, points, skipped), ""); // beyond the image and its last row
+    ASSERT_EQ(points.size(), 19u);
     EXPECT_EQ(skipped, std::vector<size_t>{5});
-    EXPECT_EQ(points.size(), 19u);
     EXPECT_TRUE(points[3].isSaturated);
     EXPECT_FALSE(points[2].isSaturated);
+    for (const SLightPoint& point : points) {
+        const double expected = point.frame >= 10 && point.frame < 15 ? 0 : sFlux;
+        if (point.isSaturated)
+            continue;
+        EXPECT_NEAR(point.flux, expected, 2000) << point.frame;
+        EXPECT_NEAR(point.sky, sSky, 10);
+        EXPECT_NEAR(point.skySigma, 40, 6);
+        EXPECT_EQ(point.midNs, AdvBuilder::sFirstStart + static_cast<int64_t>(point.frame) * AdvBuilder::sPeriod +
+                                   AdvBuilder::sExposure / 2);
+    }
+    EXPECT_THAT(lightCurveCsv(points), HasSubstr("\n10,1010,2020-01-01T00:00:00.419000,0.400000,0.038000,"));
+    const TemporaryFolder folder;
+    ASSERT_EQ(lightCurvePng(points, "test", "a.png"), "");
+    EXPECT_THAT(folder.textOf("a.png"), HasSubstr("PNG"));
 }
 
 TEST(LightCurve, WhereNothingWasRecordedNothingIsMeasured)
@@ -100,7 +83,6 @@ TEST(LightCurve, WhereNothingWasRecordedNothingIsMeasured)
           SAperture{20, 20, 5, 8, 1e9}, SAperture{std::nan(""), 20, 5, 8, 14}})
         EXPECT_NE(measureLightCurve(file, aperture, points, skipped), "");
     EXPECT_TRUE(points.empty());
-    EXPECT_EQ(lightCurveText(points), "no frames\n");
 }
 
 } // namespace
