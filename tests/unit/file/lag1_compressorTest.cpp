@@ -16,7 +16,6 @@ using Bytes = std::vector<uint8_t>;
 Bytes compress(Compressor& compressor, Image image)
 {
     Bytes block(2 * image.size() + 8, 0xA5); // no byte more: the address sanitizer sees its end
-    EXPECT_EQ(Compressor::ScratchBytes(int(image.size()), 1), block.size());
     block.resize(size_t(compressor.CompressData(image.data(), block.data())));
     return block;
 }
@@ -48,20 +47,12 @@ void expectRoundTrip(const Image& image, const Bytes& block)
     ASSERT_TRUE(compressor->TryDecompress(block, back.data(), &used));
     EXPECT_EQ(used, block.size());
     ASSERT_EQ(back, image);
-    std::fill(back.begin(), back.end(), 0x5A5A);
-    compressor->DecompressData(std::span<const uint8_t>(block), back.data());
-    ASSERT_EQ(back, image);
     Bytes followed = block;
     followed.resize(block.size() + 8, 0x77);
     std::fill(back.begin(), back.end(), 0x5A5A);
     compressor->DecompressData(followed.data(), back.data());
     ASSERT_EQ(back, image);
 }
-
-struct SImageCase {
-    const char* name;
-    Image (*make)();
-};
 
 Image rareSecondValue()
 {
@@ -71,70 +62,52 @@ Image rareSecondValue()
 }
 
 using namespace lag1images;
-constexpr SImageCase sImages[] = {
+const std::pair<const char*, Image (*)()> sImages[] = {
     {"OneSample", [] { return Image{0x1234}; }},
-    {"TwoEqualSamples", [] { return Image(2, 7); }},
     {"ThreeEqualSamples", [] { return Image(3, 7); }},
     {"AllZero", [] { return Image(1000); }},
-    {"AllOnes", [] { return Image(1000, 0xFFFF); }},
     {"TwoValues", [] { return noise(4096, 2, 40000); }},
     {"RareSecondValue", rareSecondValue},
     {"Sky", [] { return sky(176, 128); }},
-    {"SkyWithoutLineNoise", [] { return withoutLineNoise(sky(176, 128), 176); }},
-    {"LargeSky", [] { return sky(1624, 100); }},
+    {"SkyWithoutLineNoise", [] { return withoutLineNoise(sky(1624, 100), 1624); }},
     {"Gradient", [] { return gradient(640, 480); }},
     {"Flat", [] { return flat(100000); }},
     {"FewValues", [] { return fewValues(99999); }},
-    {"SmallNoise", [] { return noise(1000, 65536); }},
     {"Noise", [] { return noise(400000, 65536); }},
     {"NoiseOf12Bits", [] { return noise(200000, 4096, 16); }},
     {"NoiseOf15Bits", [] { return noise(300000, 32768); }},
-    {"EveryValueOnce", [] { return everyValue(65536); }},
     {"EveryValueAndAFewOften", [] { return everyValue(700000); }},
     {"EveryValueInAnEvenGround", [] { return everyValue(4000000); }},
 };
 
-class Lag1Image : public testing::TestWithParam<SImageCase> {};
+class Lag1Image : public testing::TestWithParam<std::pair<const char*, Image (*)()>> {};
 
 TEST_P(Lag1Image, CompressesToThePlainCompressorsBytesAndBack)
 {
-    const Image image = GetParam().make();
-    const Bytes block = compress(image);
-    ASSERT_EQ(block, compressPlainly(image));
-    expectRoundTrip(image, block);
-    Image back(image.size());
-    Bytes readable = block;
-    readable.resize(block.size() + 8, 1);
-    lag1reference::Compressor(image.size()).decompress(readable.data(), back.data());
-    ASSERT_EQ(back, image);
-}
-
-TEST_P(Lag1Image, IsReadWhateverTheOrderOfEqualFrequencies)
-{
-    const Image image = GetParam().make();
-    for (const EEquals equals : {EEquals::Descending, EEquals::AsSorted})
-        expectRoundTrip(image, compressPlainly(image, equals));
+    const Image image = GetParam().second();
+    ASSERT_EQ(compress(image), compressPlainly(image));
+    for (const EEquals equals : {EEquals::AsLibrary, EEquals::Descending, EEquals::AsSorted})
+        expectRoundTrip(image, compressPlainly(image, equals)); // a reader takes equal frequencies in any order
 }
 
 INSTANTIATE_TEST_SUITE_P(Kind, Lag1Image, testing::ValuesIn(sImages),
-                         [](const auto& kind) { return std::string(kind.param.name); });
+                         [](const auto& kind) { return std::string(kind.param.first); });
 
 // One instance for all frames: tables that keep a trace of an earlier image would show here.
 TEST(Compressor, GivesTheSameBytesWhateverItCompressedBefore)
 {
     std::mt19937 random(4);
     constexpr size_t samples = 3000;
-    Compressor& compressor = *new Compressor(60, 50);
-    const std::unique_ptr<Compressor> owner(&compressor);
+    const auto compressor = std::make_unique<Compressor>(60, 50);
     for (int round = 0; round < 120; ++round) {
         const unsigned step = 1 + random() % 16;
         Image image = lag1images::noise(samples, 1 + random() % (1u << (1 + random() % 16)), step, random());
         for (size_t i = 0; i < samples / 2 && round % 3; ++i) // half of it even
             image[random() % samples] = image[0];
-        const Bytes block = compress(compressor, image);
+        const Bytes block = compress(*compressor, image);
         ASSERT_EQ(block, compressPlainly(image)) << "round " << round;
         Image back(samples);
-        ASSERT_TRUE(compressor.TryDecompress(block, back.data()));
+        ASSERT_TRUE(compressor->TryDecompress(block, back.data()));
         ASSERT_EQ(back, image);
     }
 }
@@ -172,41 +145,7 @@ TEST(Compressor, WritesTheseBytes)
     EXPECT_EQ(compress(image), expected);
 }
 
-TEST(Compressor, GivesTheMissingShareToTheFirstOfThreeEquals)
-{
-    Image image(30);
-    for (size_t i = 0; i < image.size(); ++i)
-        image[i] = uint16_t(10 + i % 3);
-    const Bytes block = compress(image);
-    // 349526, 349525, 349525: 20 bits, then 19 (the highest bit of the one before is bit 18), 19.
-    const uint64_t fields = 349526 | uint64_t(349525) << 20 | uint64_t(349525) << 39;
-    ASSERT_GT(block.size(), 16u);
-    EXPECT_EQ(block[0], 2);
-    for (size_t i = 0; i < 8; ++i)
-        EXPECT_EQ(block[8 + i], uint8_t(fields >> 8 * i)) << "byte " << i;
-}
-
-TEST(Compressor, SaysHowMuchItRead)
-{
-    const auto decompress = [](const Image& image) {
-        Bytes block = compress(image);
-        block.resize(block.size() + 8, 0x11);
-        Image back(image.size());
-        return compressorFor(image)->DecompressData(block.data(), back.data());
-    };
-    EXPECT_EQ(decompress(Image(500, 3)), 4);
-    EXPECT_EQ(decompress(lag1images::noise(500, 65536)), 1008);
-    EXPECT_EQ(decompress(lag1images::noise(500, 2)), 6 + 5 + 1); // two fields of 20 bits, plus one
-}
-
-TEST(Compressor, RefusesAnEmptyFrame)
-{
-    EXPECT_DEATH(std::make_unique<Compressor>(0, 10), "frame_width>0");
-    EXPECT_DEATH(std::make_unique<Compressor>(10, -1), "frame_height>0");
-    EXPECT_DEATH(std::make_unique<Compressor>(65535, 65535), "MaxSamples");
-}
-
-TEST(Compressor, EndsTheProcessOnATableThatDoesNotAddUp)
+TEST(Compressor, RefusesATableThatDoesNotAddUp)
 {
     const Image image = lag1images::noise(500, 2);
     const auto compressor = compressorFor(image);
@@ -217,7 +156,6 @@ TEST(Compressor, EndsTheProcessOnATableThatDoesNotAddUp)
     wrongSum[6] ^= 1;
     std::fill(zero.begin() + 6, zero.begin() + 11, uint8_t(0));
     EXPECT_DEATH(compressor->DecompressData(wrongSum.data(), back.data()), "cp==\\(1<<FRACTIONAL_BITS\\)");
-    EXPECT_DEATH(compressor->DecompressData(zero.data(), back.data()), "`v'");
     EXPECT_FALSE(compressor->TryDecompress(wrongSum, back.data()));
     EXPECT_FALSE(compressor->TryDecompress(zero, back.data()));
 }
