@@ -21,7 +21,7 @@ bool replay(const fs::path& path)
         fprintf(stderr, "cannot read %s\n", path.c_str());
         return false;
     }
-    printf("%s: %zu bytes\n", path.filename().c_str(), bytes.size());
+    printf("%s\n", path.c_str());
     fflush(stdout); // the last line names the culprit when the target ends the process
     LLVMFuzzerTestOneInput(bytes.data(), bytes.size());
     return true;

