@@ -2,6 +2,8 @@
 #include "Trouble.h"
 
 #include "BaseWriter.h"
+#include "Log.h"
+#include "StatusViewTexts.h"
 
 #include <exception>
 #include <memory>
@@ -114,6 +116,7 @@ void FrameProcessor::closeVideoWriter()
     } catch (const std::exception& failure) {
         sayTrouble('E', std::string("The recording was not completed: ") + failure.what());
     }
+    logString("I " + totalsText(m_recordingStatus));
 }
 
 void FrameProcessor::failRecording(const std::string& line)

@@ -1,6 +1,5 @@
 #include "StatusView.h"
 
-#include "Log.h"
 #include "MainWindowParts.h"
 #include <gtkmm/stylecontext.h>
 
@@ -47,10 +46,8 @@ void StatusView::showRecording(const SStreamStatus& status)
         return;
     if (recording.active)
         m_recordingRow->get_style_context()->add_class("recording");
-    else {
+    else
         m_recordingRow->get_style_context()->remove_class("recording");
-        libobribase::logString("I " + totalsText(recording));
-    }
     m_wasRecording = recording.active;
 }
 

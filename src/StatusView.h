@@ -14,7 +14,7 @@ public:
     /// Takes its labels from the window's description; one that is missing ends the process.
     explicit StatusView(const Glib::RefPtr<Gtk::Builder>& builder);
 
-    /// Shows a status; writes the totals of a recording to the log when it has ended since the last call.
+    /// Shows a status, and what the disk has to say about it.
     void show(const SStreamStatus& status);
 
 private:
