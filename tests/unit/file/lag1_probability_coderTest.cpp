@@ -1,8 +1,8 @@
 #include "lag1_probability_coder.h"
 
-#include "Lag1Reference.h"
+#include <algorithm>
 #include <gtest/gtest.h>
-#include <random>
+#include <vector>
 
 using libobrifile::ProbabilityCoder;
 
@@ -24,33 +24,6 @@ TEST(ProbabilityCoder, NarrowsItsFieldsAsTheNumbersFall)
     for (const unsigned number : {5u, 3u, 1u, 1u, 1u})
         EXPECT_EQ(reader.ReadSymbol(), number);
     EXPECT_EQ(reader.GetBytesUsed(), 4u);
-}
-
-TEST(ProbabilityCoder, WritesTheSameBitsAsOneBitAtATime)
-{
-    std::mt19937 random(20);
-    for (int round = 0; round < 300; ++round) {
-        std::vector<unsigned> numbers(1 + random() % 60);
-        for (unsigned& number : numbers)
-            number = 1 + (random() & 0xFFFFF) % (1u << (1 + random() % 20));
-        numbers[0] = std::min(numbers[0], 0xFFFFFu);
-        std::sort(numbers.rbegin(), numbers.rend());
-        numbers[0] = std::min(numbers[0], 0xFFFFFu);
-
-        std::vector<uint8_t> bytes(numbers.size() * 3 + 8, 0xFF), expected = bytes;
-        ProbabilityCoder coder(bytes.data(), 20);
-        lag1reference::BitCoder plain(expected.data(), 20);
-        for (const unsigned number : numbers) {
-            coder.WriteSymbol(number);
-            plain.write(number);
-        }
-        ASSERT_EQ(bytes, expected);
-        ASSERT_EQ(coder.GetBytesUsed(), plain.bytesUsed());
-
-        ProbabilityCoder reader(std::span<const uint8_t>(bytes.data(), coder.GetBytesUsed()), 20);
-        for (const unsigned number : numbers)
-            ASSERT_EQ(reader.ReadSymbol(), number);
-    }
 }
 
 TEST(ProbabilityCoder, ReadsZeroBitsBehindAKnownEnd)

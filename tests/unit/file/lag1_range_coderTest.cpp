@@ -72,28 +72,6 @@ TEST(RangeCoder, CodesOneSampleOfHalfTheScaleToFourBytes)
     EXPECT_EQ(model.compress({1, 1}), Bytes({0x60, 0, 0, 0}));
 }
 
-TEST(RangeCoder, WritesTheBytesOfThePlainCoderWhateverTheModel)
-{
-    std::mt19937 random(45);
-    for (int round = 0; round < 400; ++round) {
-        SModel model(randomWidths(random));
-        const size_t values = model.decoder.size() - 1;
-        std::vector<uint16_t> samples(1 + random() % 2000);
-        // By share of the scale, or evenly: then rare values abound and the range widens by three bytes.
-        std::uniform_int_distribution<int> place(0, (1 << FRACTIONAL_BITS) - 1);
-        for (uint16_t& sample : samples)
-            sample = round % 2 ? uint16_t(random() % values) : model.samplesAt({uint8_t(random() % 128)}, 1)[0];
-        const Bytes code = model.compress(samples);
-        ASSERT_EQ(code, model.compressPlainly(samples)) << "round " << round;
-
-        std::vector<uint16_t> back(samples.size());
-        size_t used = 0;
-        ASSERT_TRUE(RangeDecompress(std::span<const uint8_t>(code), back, model.decoder.data(), &used));
-        ASSERT_EQ(back, samples);
-        ASSERT_EQ(used, code.size());
-    }
-}
-
 // Samples that creep up to a point from below leave a long run of bytes 255; a last one beyond the
 // point sends a carry through all of it, far further than any register reaches.
 TEST(RangeCoder, CarriesThroughLongRunsOf255)
@@ -111,26 +89,15 @@ TEST(RangeCoder, CarriesThroughLongRunsOf255)
             samples.push_back(uint16_t(model.decoder.size() - 2)); // the last slice: upwards
         const Bytes code = model.compress(samples);
         ASSERT_EQ(code, model.compressPlainly(samples)) << "round " << round;
+        std::vector<uint16_t> back(samples.size());
+        size_t used = 0;
+        ASSERT_TRUE(RangeDecompress(std::span<const uint8_t>(code), back, model.decoder.data(), &used));
+        ASSERT_EQ(back, samples);
+        ASSERT_EQ(used, code.size());
         const auto changed = std::mismatch(before.begin(), before.end(), code.begin(), code.end()).first;
         carries += before.end() - changed > 12;
     }
     EXPECT_GT(carries, 100) << "the test no longer reaches what it is for";
-}
-
-TEST(RangeCoder, StaysInsideItsBuffersOnADamagedCode)
-{
-    std::mt19937 random(13);
-    int refused = 0;
-    for (int round = 0; round < 500; ++round) {
-        SModel model(randomWidths(random));
-        Bytes code(random() % 60);
-        for (uint8_t& byte : code)
-            byte = uint8_t(random());
-        std::vector<uint16_t> samples(1 + random() % 100);
-        const std::span<const uint8_t> exact(code);
-        refused += !RangeDecompress(exact, samples, model.decoder.data());
-    }
-    EXPECT_GT(refused, 100);
 }
 
 } // namespace
