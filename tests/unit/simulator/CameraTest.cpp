@@ -167,23 +167,6 @@ TEST_F(SimulatedCamera, CommandsShowInTheNextFramesAndInTheLog)
                                                " 70 01 00 00 00"}));
 }
 
-TEST_F(SimulatedCamera, FrameFaultsStrikeTheirFrames)
-{
-    plug({"--bad-preamble", "0,1", "--bad-checksum", "1,1", "--year", "2059,2,1", "--lose-frames", "3,2",
-          "--short-frame", "5,1"});
-    start();
-    v4l2_buffer buffers[4];
-    for (v4l2_buffer& buffer : buffers)
-        ASSERT_EQ(take(buffer), 0);
-    EXPECT_FALSE(overlayOf(buffers[0]).m_isValid);
-    EXPECT_FALSE(overlayOf(buffers[1]).m_isValid);
-    EXPECT_EQ(overlayOf(buffers[2]).m_toTime.year, 2059);
-    EXPECT_EQ(overlayOf(buffers[3]).m_frameId, 6u) << "frames 4 and 5 were never sent";
-    EXPECT_EQ(buffers[3].sequence, 3u) << "the driver does not know of them";
-    EXPECT_EQ(buffers[3].bytesused, 176u * 128) << "half a frame";
-    EXPECT_EQ(buffers[3].flags & V4L2_BUF_FLAG_ERROR, 0u);
-}
-
 TEST_F(SimulatedCamera, FrameLogAccountsForEveryFrame)
 {
     const std::string log = testing::TempDir() + "simulated-frames.log";

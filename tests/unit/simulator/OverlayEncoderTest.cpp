@@ -95,15 +95,3 @@ TEST(SimulatedOverlay, ChecksumHoldsForEveryFrameAndMeansSomething)
     }
     EXPECT_GT(sums.size(), 15u);
 }
-
-TEST(SimulatedGps, FindsLosesAndFindsItsFix)
-{
-    constexpr int64_t second = 1'000'000'000;
-    const obrisim::SGpsSchedule schedule{2 * second, 5 * second, 3 * second};
-    const auto fixAt = [&](int64_t s) { return int{obrisim::gpsAt(schedule, s * second, 0).fixState}; };
-    EXPECT_EQ(fixAt(1), 0);
-    EXPECT_EQ(fixAt(2), 3);
-    EXPECT_EQ(fixAt(5), 0);
-    EXPECT_EQ(fixAt(7), 0);
-    EXPECT_EQ(fixAt(8), 3);
-}
