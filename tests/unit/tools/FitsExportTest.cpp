@@ -12,12 +12,6 @@ namespace {
 using namespace obriadv;
 using testing::HasSubstr;
 
-std::string textOf(const std::string& path)
-{
-    const Bytes bytes = readWhole(path);
-    return {bytes.begin(), bytes.end()};
-}
-
 AdvBuilder recording()
 {
     AdvBuilder builder;
@@ -52,7 +46,7 @@ TEST(FitsExport, HoldsTheFrameAsRecordedAndPassesFitsverify)
     AdvFile file;
     ASSERT_EQ(openBytes(file, builder.build()), "");
     ASSERT_EQ(exportFrame(file, 1, "one[0].fits"), ""); // brackets would be commands to the FITS library
-    const std::string text = textOf("one[0].fits");
+    const std::string text = folder.textOf("one[0].fits");
     for (const char* card :
          {"DATE-OBS= '2020-01-01T00:00:00.040'", "DATE-BEG= '2020-01-01T00:00:00.040'",
           "DATE-AVG= '2020-01-01T00:00:00.059'", "DATE-END= '2020-01-01T00:00:00.078'", "TIMESYS = 'UTC     '",
@@ -86,7 +80,7 @@ TEST(FitsExport, WithoutOverlayOrValidTimeItInventsNothing)
     AdvFile file;
     ASSERT_EQ(openBytes(file, builder.build()), "");
     ASSERT_EQ(exportFrame(file, 0, "a.fits"), "");
-    const std::string text = textOf("a.fits");
+    const std::string text = folder.textOf("a.fits");
     for (const char* card : {"DATE-", "OBSGEO-L", "CCD-TEMP"})
         EXPECT_THAT(text, testing::Not(HasSubstr(card)));
     EXPECT_THAT(text, HasSubstr("OBSGEO-B=           47.1234567"));
