@@ -1,22 +1,14 @@
 #include "FrameProcessing.h"
 
-#include "BinaryOverlay.h"
-#include "CameraStatus.h"
 #include "DateTime.h"
 #include "Font.h"
 #include "PixelKernels.h"
 #include "PixelReference.h"
 
-#include <cstddef>
-
-#include "OverlayRow.h"
-
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <array>
-#include <cstring>
 #include <random>
 #include <string>
 #include <vector>
@@ -25,95 +17,84 @@ namespace {
 
 using libobribase::FrameProcessing;
 using libobribase::SPixelKernels;
-using libobribase::ZoneMatrix;
-
-/// Runs on every instruction level that this processor has.
-class OnEveryLevel : public testing::TestWithParam<const SPixelKernels*> {
-protected:
-    void SetUp() override { libobribase::choosePixelKernels(*GetParam()); }
-    void TearDown() override { libobribase::choosePixelKernels(*libobribase::pixelLevels().back()); }
-};
-
-auto everyLevel()
-{
-    return testing::ValuesIn(libobribase::pixelLevels());
-}
-
-std::string levelName(const testing::TestParamInfo<const SPixelKernels*>& info)
-{
-    return info.param->name;
-}
 
 enum class EContent { Random, Sky, Black, White };
+constexpr EContent sContents[] = {EContent::Random, EContent::Sky, EContent::Black, EContent::White};
 
 /// A buffer of exactly its size that starts at an odd place; the memory around it is watched by guard words.
 template <class T>
 class Guarded {
 public:
-    explicit Guarded(size_t count) : m_store(count + 2 * sGuard, sMark), m_count(count) {}
+    explicit Guarded(size_t count) : m_store(count + 2 * sGuard, sMark) {}
     T* data() { return m_store.data() + sGuard; }
-    size_t size() const { return m_count; }
-    std::vector<T> copy() { return {data(), data() + m_count}; }
+    size_t size() const { return m_store.size() - 2 * sGuard; }
+    std::vector<T> copy() { return {data(), data() + size()}; }
     bool isIntact() const
     {
-        const auto marked = [](T value) { return value == sMark; };
-        return std::all_of(m_store.begin(), m_store.begin() + sGuard, marked) &&
-               std::all_of(m_store.end() - sGuard, m_store.end(), marked);
+        const std::vector<T> guard(sGuard, sMark);
+        return std::equal(guard.begin(), guard.end(), m_store.begin()) &&
+               std::equal(guard.begin(), guard.end(), m_store.end() - sGuard);
+    }
+    void fill(EContent content, std::mt19937& random)
+    {
+        const T black = 0, white = static_cast<T>(-1);
+        for (T* p = data(); p < data() + size(); ++p) {
+            const bool isDarkSky = content == EContent::Sky && random() % 50 > 0;
+            const auto level = static_cast<T>(isDarkSky ? 3000 + random() % 900 : random());
+            *p = content == EContent::Black ? black : content == EContent::White ? white : level;
+        }
     }
 
 private:
     static constexpr size_t sGuard = 33;
     static constexpr T sMark = static_cast<T>(0xA55A);
     std::vector<T> m_store;
-    size_t m_count;
 };
-
-uint16_t skyPixel(std::mt19937& random)
-{
-    const bool star = random() % 50 == 0;
-    return static_cast<uint16_t>(star ? random() : 3000 + random() % 900);
-}
-
-void fill(Guarded<uint16_t>& pixels, EContent content, std::mt19937& random)
-{
-    for (size_t i = 0; i < pixels.size(); ++i) {
-        const uint16_t sky = skyPixel(random);
-        pixels.data()[i] = content == EContent::Black   ? 0
-                           : content == EContent::White ? 65535
-                           : content == EContent::Sky   ? sky
-                                                        : static_cast<uint16_t>(random());
-    }
-}
 
 /// One frame's buffers, and the same frame again for the reference.
 struct Frame {
-    Frame(int w, int h, int isCompressed, EContent content, uint32_t seed)
-        : random(seed), width(w), height(h), pixels(area(w, h)), expected(area(w, h)), dark(area(w, h)),
-          flat(area(w, h)), raw(isCompressed ? static_cast<size_t>((w + 7) / 8 * 12) * h : area(w, h) * 2),
+    Frame(int w, int h, int isCompressed, EContent content, EContent darkContent = EContent::Black)
+        : pixels(area(w, h)), expected(area(w, h)), dark(area(w, h)), flat(area(w, h)),
+          raw(isCompressed ? area((w + 7) / 8 * 12, h) : area(w, h) * 2),
           processing(w, h, isCompressed, pixels.data(), dark.data(), flat.data()),
           reference(w, h, isCompressed, expected.data(), dark.data(), flat.data())
     {
-        fill(pixels, content, random);
-        memcpy(expected.data(), pixels.data(), pixels.size() * sizeof(uint16_t));
-        fill(dark, EContent::Black, random);
-        fill(flat, EContent::Sky, random);
-        for (size_t i = 0; i < raw.size(); ++i)
-            raw.data()[i] = static_cast<uint8_t>(content == EContent::Black   ? 0
-                                                 : content == EContent::White ? 255
-                                                 : content == EContent::Sky   ? 0x40 + random() % 4
-                                                                              : random());
+        fillPixels(content);
+        dark.fill(darkContent, random);
+        flat.fill(EContent::Sky, random);
+        flat.data()[flat.size() / 2] = 0;
+        raw.fill(content, random);
     }
 
     static size_t area(int w, int h) { return static_cast<size_t>(w) * static_cast<size_t>(h); }
 
-    void expectSameFrame()
+    void fillPixels(EContent content)
     {
-        EXPECT_TRUE(pixels.copy() == expected.copy()) << "pixels differ, " << width << " x " << height;
+        pixels.fill(content, random);
+        std::copy_n(pixels.data(), pixels.size(), expected.data());
+    }
+    void expectSame()
+    {
+        EXPECT_TRUE(pixels.copy() == expected.copy());
         EXPECT_TRUE(pixels.isIntact());
+        EXPECT_EQ(processing.m_meanValid, reference.m_meanValid);
+        EXPECT_EQ(processing.m_mean, reference.m_mean);
+        EXPECT_EQ(processing.m_lowerBound, reference.m_lowerBound);
+        EXPECT_EQ(processing.m_upperBound, reference.m_upperBound);
+        EXPECT_TRUE(
+            std::equal(reference.m_lineAverages.begin(), reference.m_lineAverages.end(), processing.m_lineAverages));
+    }
+    void setMean(int mean)
+    {
+        processing.m_meanValid = reference.m_meanValid = 1;
+        processing.m_mean = reference.m_mean = static_cast<uint32_t>(mean);
+        reference.m_lowerBound = std::max(mean - 1024, 0);
+        reference.m_upperBound = std::min(mean + 1024, 65535);
+        processing.m_lowerBound = static_cast<uint16_t>(reference.m_lowerBound);
+        processing.m_upperBound = static_cast<uint16_t>(reference.m_upperBound);
     }
 
-    std::mt19937 random;
-    int width, height;
+    std::mt19937 random{4};
     Guarded<uint16_t> pixels, expected, dark, flat;
     Guarded<uint8_t> raw;
     FrameProcessing processing;
@@ -121,47 +102,62 @@ struct Frame {
 };
 
 // Odd widths, widths around a register, one row, the two smallest with a mean, the camera's own, the tallest.
-constexpr std::array<std::array<int, 2>, 19> sSizes{{{1, 1},
-                                                     {7, 3},
-                                                     {8, 1},
-                                                     {9, 40},
-                                                     {15, 2},
-                                                     {17, 5},
-                                                     {31, 36},
-                                                     {33, 35},
-                                                     {176, 128},
-                                                     {204, 40},
-                                                     {205, 35},
-                                                     {211, 36},
-                                                     {213, 50},
-                                                     {227, 35},
-                                                     {400, 34},
-                                                     {816, 36},
-                                                     {1624, 40},
-                                                     {3, 4096},
-                                                     {219, 4096}}};
-constexpr EContent sContents[] = {EContent::Random, EContent::Sky, EContent::Black, EContent::White};
+constexpr int sSizes[][2] = {{1, 1},     {7, 3},    {8, 1},    {9, 40},   {17, 5},    {31, 36},  {33, 35},
+                             {176, 128}, {205, 35}, {213, 50}, {227, 35}, {1624, 40}, {3, 4096}, {219, 4096}};
 
-class Decoding : public OnEveryLevel {};
-INSTANTIATE_TEST_SUITE_P(Level, Decoding, everyLevel(), levelName);
+/// One run through all steps.
+struct SSettings {
+    int mean; // negative: as decoded
+    uint16_t pedestal, flatScale;
+    int lineNoise, keepRows;
+};
+constexpr SSettings sSettings[] = {{-1, 0, 0, 1, 16},         {0, 1, 0, 1, -3},          {1000, 200, 0, 1, 1},
+                                   {3400, 65535, 0, 0, 0},    {65535, 0, 1, 1, 34},      {-1, 100, 20000, 1, 35},
+                                   {3400, 0, 65535, 1, 1000}, {3400, 65535, 65535, 1, 0}};
 
-TEST_P(Decoding, EqualsTheReference)
+/// Runs on every instruction level that this processor has.
+class OnEveryLevel : public testing::TestWithParam<const SPixelKernels*> {
+protected:
+    void SetUp() override { libobribase::choosePixelKernels(*GetParam()); }
+    void TearDown() override { libobribase::choosePixelKernels(*libobribase::pixelLevels().back()); }
+};
+INSTANTIATE_TEST_SUITE_P(Level, OnEveryLevel, testing::ValuesIn(libobribase::pixelLevels()),
+                         [](const auto& level) { return std::string(level.param->name); });
+
+} // namespace
+
+TEST_P(OnEveryLevel, EveryStepEqualsTheReference)
 {
-    for (const auto [width, height] : sSizes)
+    constexpr int sOffsets[] = {0, 5, -5, 70000, -70000, 65535, -65535, -2000000000};
+    for (const auto& [width, height] : sSizes)
         for (const EContent content : sContents)
-            for (const int isCompressed : {0, 1}) {
-                Frame frame(width, height, isCompressed, content, 1);
-                frame.processing.DecodeFrame(frame.raw.data());
-                frame.reference.decode(frame.raw.data());
-                frame.expectSameFrame();
-                EXPECT_EQ(frame.processing.m_meanValid, frame.reference.m_meanValid);
-                EXPECT_EQ(frame.processing.m_mean, frame.reference.m_mean) << width << " x " << height;
-                EXPECT_EQ(frame.processing.m_lowerBound, frame.reference.m_lowerBound);
-                EXPECT_EQ(frame.processing.m_upperBound, frame.reference.m_upperBound);
-            }
+            for (const EContent dark : sContents)
+                for (const SSettings& s : sSettings) {
+                    if (width * height > 8000 && (content != EContent::Random || dark != EContent::Random))
+                        continue; // large frames once are enough
+                    Frame frame(width, height, s.keepRows % 2 != 0, content, dark);
+                    FrameProcessing& processing = frame.processing;
+                    PixelReference& reference = frame.reference;
+                    processing.DecodeFrame(frame.raw.data());
+                    reference.decode(frame.raw.data());
+                    frame.expectSame();
+                    frame.fillPixels(content); // with more than 12 bits
+                    if (s.mean >= 0)
+                        frame.setMean(s.mean);
+                    processing.CalculateFrameLineAverages();
+                    reference.lineAverages();
+                    frame.expectSame();
+                    if (s.lineNoise && s.pedestal != 0)
+                        for (int row = 0; row < height; ++row)
+                            processing.m_lineAverages[row] = reference.m_lineAverages[row] = sOffsets[row % 8];
+                    processing.ApplyNoiseDarkFlatProcessing(s.lineNoise, s.keepRows, s.pedestal, s.flatScale);
+                    reference.correct(s.lineNoise, s.keepRows, s.pedestal, s.flatScale);
+                    frame.expectSame();
+                    ASSERT_FALSE(HasFailure()) << width << " x " << height;
+                }
 }
 
-TEST_P(Decoding, TakesSamplesApartAsTheCameraPacksThem)
+TEST_P(OnEveryLevel, SamplesAreTakenApartAsTheCameraPacksThem)
 {
     uint16_t pixels[8], zeros[8] = {};
     const uint8_t word[16] = {0xBC, 0xFA}; // the high nibble is nobody's
@@ -173,57 +169,13 @@ TEST_P(Decoding, TakesSamplesApartAsTheCameraPacksThem)
     EXPECT_THAT(pixels, testing::ElementsAre(0x1230, 0x2340, 0x3410, 0x4520, 0x5550, 0x6660, 0x6770, 0x7880));
 }
 
-TEST_P(Decoding, MeasuresTheMeanInTheMiddleOnly)
-{
-    // Only the pixel given is not zero; the sum of a region of 1080 x 30 pixels is its value.
-    const auto meanWith = [](int x, int y) {
-        Frame frame(1280, 64, 0, EContent::Black, 1);
-        uint8_t* raw = frame.raw.data();
-        std::fill(raw + (y * 1280 + x) * 2, raw + (y * 1280 + x) * 2 + 2, uint8_t{0xFF}); // 0xFFF0
-        frame.processing.DecodeFrame(raw);
-        EXPECT_TRUE(frame.processing.m_meanValid);
-        return frame.processing.m_mean;
-    };
-    EXPECT_EQ(meanWith(104, 16), 0xFFF0u / (1080 * 30));
-    EXPECT_EQ(meanWith(1183, 45), 0xFFF0u / (1080 * 30));
-    for (const auto [x, y] : {std::array{103, 30}, {1184, 30}, {600, 15}, {600, 46}})
-        EXPECT_EQ(meanWith(x, y), 0u) << x << ", " << y;
-}
-
-class LineNoise : public OnEveryLevel {};
-INSTANTIATE_TEST_SUITE_P(Level, LineNoise, everyLevel(), levelName);
-
-TEST_P(LineNoise, EqualsTheReference)
-{
-    for (const auto [width, height] : sSizes)
-        for (const EContent content : sContents)
-            for (const int mean : {0, 1000, 3400, 65535}) {
-                Frame frame(width, height, 0, content, 2);
-                auto& processing = frame.processing;
-                processing.m_meanValid = frame.reference.m_meanValid = 1;
-                processing.m_mean = frame.reference.m_mean = static_cast<uint32_t>(mean);
-                frame.reference.m_lowerBound = std::max(mean - 1024, 0);
-                frame.reference.m_upperBound = std::min(mean + 1024, 65535);
-                processing.m_lowerBound = static_cast<uint16_t>(frame.reference.m_lowerBound);
-                processing.m_upperBound = static_cast<uint16_t>(frame.reference.m_upperBound);
-                processing.CalculateFrameLineAverages();
-                frame.reference.lineAverages();
-                EXPECT_TRUE(std::equal(frame.reference.m_lineAverages.begin(), frame.reference.m_lineAverages.end(),
-                                       processing.m_lineAverages))
-                    << width << " x " << height << ", mean " << mean;
-            }
-}
-
-TEST_P(LineNoise, RowsWithTooFewPixelsNearTheMeanCountAsTheMean)
+TEST_P(OnEveryLevel, RowsWithTooFewPixelsNearTheMeanCountAsTheMean)
 {
     // In two rows of 60 pixels all differ from the mean but 9 in the one and 10 in the other.
-    Frame frame(60, 2, 0, EContent::White, 3);
+    Frame frame(60, 2, 0, EContent::White);
     std::fill_n(frame.pixels.data() + 30, 9, uint16_t{4100});
     std::fill_n(frame.pixels.data() + 60 + 30, 10, uint16_t{4100});
-    frame.processing.m_meanValid = 1;
-    frame.processing.m_mean = 4000;
-    frame.processing.m_lowerBound = 2976;
-    frame.processing.m_upperBound = 5024;
+    frame.setMean(4000);
     frame.processing.CalculateFrameLineAverages();
     EXPECT_EQ(frame.processing.m_lineAverages[0], 4000 - 4050);
     EXPECT_EQ(frame.processing.m_lineAverages[1], 4100 - 4050);
@@ -233,50 +185,7 @@ TEST_P(LineNoise, RowsWithTooFewPixelsNearTheMeanCountAsTheMean)
     EXPECT_THAT(frame.processing.m_lineAverages, testing::Each(0));
 }
 
-class Correction : public OnEveryLevel {};
-INSTANTIATE_TEST_SUITE_P(Level, Correction, everyLevel(), levelName);
-
-TEST_P(Correction, EqualsTheReference)
-{
-    constexpr EContent sDarks[] = {EContent::Black, EContent::Sky, EContent::Random, EContent::White};
-    constexpr std::array<std::array<int, 2>, 8> sLevels{
-        {{0, 0}, {1, 0}, {200, 0}, {65535, 0}, {0, 1}, {100, 20000}, {0, 65535}, {65535, 65535}}};
-    for (const auto [width, height] : sSizes)
-        for (const EContent content : sContents)
-            for (const EContent dark : sDarks)
-                for (const auto [pedestal, flatScale] : sLevels) {
-                    if (width * height > 8000 && (content != EContent::Random || dark != EContent::Random))
-                        continue; // large frames once are enough
-                    Frame frame(width, height, 0, content, 4);
-                    fill(frame.dark, dark, frame.random);
-                    fill(frame.flat, pedestal == 0 ? EContent::Random : EContent::Sky, frame.random);
-                    frame.flat.data()[frame.flat.size() / 2] = 0;
-                    constexpr int sOffsets[] = {0, 5, -5, 70000, -70000, 65535, -65535, -2000000000};
-                    for (int row = 0; row < height; ++row)
-                        frame.processing.m_lineAverages[row] = frame.reference.m_lineAverages[row] = sOffsets[row % 8];
-                    const int lineNoise = frame.random() % 4 != 0;
-                    const int keepRows = static_cast<int>(frame.random() % 20);
-                    const auto p = static_cast<uint16_t>(pedestal), f = static_cast<uint16_t>(flatScale);
-                    frame.processing.ApplyNoiseDarkFlatProcessing(lineNoise, keepRows, p, f);
-                    frame.reference.correct(lineNoise, keepRows, p, f);
-                    frame.expectSameFrame();
-                }
-}
-
-TEST_P(Correction, KeepsTheRowsAtTheBottom)
-{
-    for (const int keepRows : {-3, 0, 1, 16, 38, 39, 40, 41, 1000}) {
-        Frame frame(20, 40, 0, EContent::Sky, 5);
-        std::fill_n(frame.processing.m_lineAverages, 40, 1);
-        const auto before = frame.pixels.copy();
-        frame.processing.ApplyNoiseDarkFlatProcessing(1, keepRows, 0, 0);
-        for (int row = 0; row < 40; ++row)
-            EXPECT_EQ(before[row * 20] - frame.pixels.data()[row * 20], row < 39 - keepRows ? 1 : 0)
-                << "row " << row << ", keeping " << keepRows;
-    }
-}
-
-TEST_P(Correction, SaturatesAndWrapsAsItMust)
+TEST_P(OnEveryLevel, CorrectionSaturatesAndWrapsAsItMust)
 {
     const auto corrected = [](uint16_t pixel, uint16_t dark, uint16_t pedestal, uint16_t flat, uint16_t scale) {
         std::vector<uint16_t> pixels(40, pixel), darks(40, dark), flats(40, flat);
@@ -295,15 +204,12 @@ TEST_P(Correction, SaturatesAndWrapsAsItMust)
     EXPECT_EQ(corrected(32768, 0, 0, 1, 65535), 0x8000); // 0x7FFF8000, the largest product that does not wrap
 }
 
-class PcTime : public OnEveryLevel {};
-INSTANTIATE_TEST_SUITE_P(Level, PcTime, everyLevel(), levelName);
-
-TEST_P(PcTime, IsDrawnInTheTopLeftCorner)
+TEST(PcTime, IsDrawnInTheTopLeftCorner)
 {
     const libobribase::DateTime time{2024, 3, 5, 6, 7, 8, 9};
     const std::string text = " PC 20240305 06:07:08.009 ";
-    for (const auto [width, height] : {std::array{300, 20}, {208, 16}, {100, 20}, {300, 5}, {1, 1}}) {
-        Frame frame(width, height, 0, EContent::Sky, 6);
+    for (const auto& [width, height] : {std::pair{300, 20}, {208, 16}, {100, 20}, {300, 5}, {1, 1}}) {
+        Frame frame(width, height, 0, EContent::Sky);
         auto expected = frame.pixels.copy();
         for (int y = 0; y < std::min(16, height); ++y)
             for (int x = 0; x < std::min(208, width); ++x) {
@@ -314,28 +220,5 @@ TEST_P(PcTime, IsDrawnInTheTopLeftCorner)
         frame.processing.ApplyPcTimeOverlay(&time);
         EXPECT_EQ(frame.pixels.copy(), expected);
         EXPECT_TRUE(frame.pixels.isIntact());
-        EXPECT_EQ(frame.processing.m_textWidth, 208);
-        EXPECT_EQ(frame.processing.m_textHeight, 16);
     }
 }
-
-TEST(FrameOverlay, IsReadFromTheLastRowAndTellsTheStatus)
-{
-    Frame frame(200, 3, 0, EContent::Sky, 7);
-    std::copy_n(OverlayRow().row(), 128, frame.pixels.data() + 400);
-    libobribase::BinaryOverlay overlay;
-    libobribase::CameraStatus status;
-    frame.processing.UpdateBinaryOverlay(&overlay);
-    frame.processing.UpdateCameraStatus(&overlay, &status);
-    EXPECT_TRUE(overlay.m_isValid);
-    EXPECT_EQ(overlay.m_frameId, 0x01020304u);
-    EXPECT_EQ(status.m_systemTime.year, 2024);
-    EXPECT_EQ(status.m_systemTime.milliseconds, 250);
-    EXPECT_EQ(status.m_updateCount, 1);
-
-    Frame narrow(100, 1, 0, EContent::Random, 8); // nothing to read behind the row
-    narrow.processing.UpdateBinaryOverlay(&overlay);
-    EXPECT_FALSE(overlay.m_isValid);
-}
-
-} // namespace

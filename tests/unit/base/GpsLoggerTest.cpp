@@ -1,0 +1,39 @@
+#include "GpsLogger.h"
+#include "BinaryOverlay.h"
+#include "TemporaryFolder.h"
+
+#include <gtest/gtest.h>
+
+#include <numeric>
+
+using namespace libobribase;
+
+TEST(GpsLogger, WritesOneHeaderADayAndOneRowACall)
+{
+    const TemporaryFolder folder;
+    BinaryOverlay o;
+    o.m_frameId = 42;
+    o.m_fromTime = {2024, 3, 5, 6, 7, 8, 9};
+    o.m_toTime = {2024, 3, 5, 6, 7, 8, 49};
+    o.m_fixState = 3;
+    o.m_nofSats = 11;
+    o.m_accuracyM = 6;
+    o.m_latitudeE7 = 473609694;
+    o.m_longitudeE7 = -85000001;
+    o.m_altitudeMm = 408123;
+    std::iota(o.m_dop, o.m_dop + 5, uint16_t{101});
+    CGpsLogger logger;
+    for (int run = 0; run < 2; ++run) {
+        logger.Log(&o); // not enabled: nothing
+        EXPECT_TRUE(logger.Start(folder.path().string()));
+        logger.Log(&o);
+        logger.Stop();
+    }
+    const std::string row = "42;2024-03-05T06:07:08.009;2024-03-05T06:07:08.049;3;11;6;N47.3609694;W08.5000001;408.123;"
+                            "1.01;1.02;1.03;1.04;1.05\r";
+    EXPECT_EQ(folder.textOf("obri_gps_log_"), "FrameNr;FromTime;ToTime;FixState;NofSats;AccuracyM;Lat;Lon;HeightM;"
+                                              "DOPG;DOPP;DOPT;DOPV;DOPH\r" +
+                                                  row + row);
+    EXPECT_FALSE(logger.Start(folder.path().string() + "/missing"));
+    EXPECT_FALSE(logger.IsEnabled());
+}
