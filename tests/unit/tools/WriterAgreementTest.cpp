@@ -74,7 +74,9 @@ TEST_P(WriterAgreement, EveryByteIsAccountedForAndEveryFrameIsRight)
         EXPECT_EQ(frame.status.cameraFrameId, 0xFFFFFFFAu + static_cast<uint32_t>(n));
         EXPECT_EQ(frame.status.fixStatus, 0x83);
         EXPECT_EQ(frame.status.temperature, 26.0f);
-        EXPECT_EQ(frame.status.hdop, 1.04f);
+        const SAdvStatus& dops = frame.status;
+        EXPECT_EQ(std::tie(dops.gdop, dops.pdop, dops.tdop, dops.vdop, dops.hdop),
+                  std::tuple(1.00f, 1.01f, 1.02f, 1.03f, 1.04f));
         EXPECT_EQ(frame.status.dopTime, 4u);
         EXPECT_TRUE(frame.status.present.all());
         std::vector<uint16_t> pixels;
