@@ -12,29 +12,29 @@ constexpr size_t sRecordLength = 27 + sWidth * sHeight * 2 + 4 + 69;
 constexpr size_t sTrailerLength = 17 + 4, sIndexEntryLength = 20;
 
 // What a disk that is full after so many bytes leaves of a recording.
-class AdvOnAFullDisk : public testing::Test {
+class AdvFailure : public testing::Test {
 protected:
-    size_t headerLength()
-    {
-        AdvWriter writer(&provider);
-        writer.CreateAdvFile(path, sWidth, sHeight, 16, {}, 0);
-        writer.StartRecording();
-        return readFile(path).size();
-    }
-    // Records until the writer gives up; the frames that it says are recorded.
-    uint32_t recordUpTo(size_t fileSize)
+    // Records so many frames into a file that cannot grow beyond its limit; those that the writer says are recorded.
+    uint32_t record(int frames, size_t fileSize)
     {
         const FileSizeLimit limit(fileSize);
         std::vector<uint8_t> frame(sWidth * sHeight * 2, 0x5A);
         AdvWriter writer(&provider);
         writer.CreateAdvFile(path, sWidth, sHeight, 16, {}, 0);
         writer.StartRecording();
-        for (int i = 0; i < 20; ++i)
+        for (int i = 0; i < frames; ++i)
             writer.RecordFrame(frame.data(), frame.size(), 0);
+        writer.StopRecording();
         EXPECT_FALSE(writer.IsRecording());
         EXPECT_EQ(writer.GetFailureText(), "Failed to write " + path + " (File too large)");
-        writer.StopRecording();
         return writer.GetFrameNr();
+    }
+    size_t headerLength()
+    {
+        AdvWriter writer(&provider);
+        writer.CreateAdvFile(path, sWidth, sHeight, 16, {}, 0);
+        writer.StartRecording();
+        return readFile(path).size();
     }
     uint64_t number(size_t at, size_t bytes)
     {
@@ -51,12 +51,12 @@ protected:
 };
 } // namespace
 
-TEST_F(AdvOnAFullDisk, WholeFramesStayAndAreIndexed)
+TEST_F(AdvFailure, WholeFramesStayAndAreIndexed)
 {
     const size_t header = headerLength();
     // In the pixels, in the record's first bytes, in its last.
     for (const size_t intoThird : {sRecordLength / 2, size_t{90}, sRecordLength - 1}) {
-        EXPECT_EQ(recordUpTo(header + 2 * sRecordLength + intoThird), 2U);
+        EXPECT_EQ(record(20, header + 2 * sRecordLength + intoThird), 2U);
         const size_t indexAt = header + 2 * sRecordLength;
         ASSERT_EQ(readFile(path).size(), indexAt + 2 * sIndexEntryLength + sTrailerLength);
         EXPECT_EQ(number(9, 8), indexAt);
@@ -66,42 +66,35 @@ TEST_F(AdvOnAFullDisk, WholeFramesStayAndAreIndexed)
     }
 }
 
-TEST_F(AdvOnAFullDisk, WithoutRoomForTheIndexTheFramesStay)
+// Room for so many frames, and for a part of the index or of the four bytes behind it.
+TEST_F(AdvFailure, WithoutRoomForTheIndexTheFramesStay)
 {
     const size_t header = headerLength();
-    EXPECT_EQ(recordUpTo(header + 2 * sRecordLength + 10), 2U);
-    EXPECT_EQ(readFile(path).size(), header + 2 * sRecordLength);
-    EXPECT_EQ(number(9, 8), 0U);
-    EXPECT_EQ(number(25, 8), 0U);
-    EXPECT_EQ(number(40, 4), 0U);
+    for (const auto& [recorded, room] :
+         {std::pair{20, size_t{10}}, {2, 3}, {2, sTrailerLength + 2 * sIndexEntryLength - 2}}) {
+        EXPECT_EQ(record(recorded, header + 2 * sRecordLength + room), 2U);
+        EXPECT_EQ(readFile(path).size(), header + 2 * sRecordLength);
+        EXPECT_EQ(number(9, 8) + number(25, 8) + number(40, 4), 0U);
+    }
 }
 
-TEST_F(AdvOnAFullDisk, WithoutRoomForTheHeaderNothingLooksLikeARecording)
+TEST_F(AdvFailure, WithoutRoomForTheHeaderNothingLooksLikeARecording)
 {
-    const FileSizeLimit limit(headerLength() - 1);
-    AdvWriter writer(&provider);
-    writer.CreateAdvFile(path, sWidth, sHeight, 16, {}, 0);
-    writer.StartRecording();
-    EXPECT_FALSE(writer.IsRecording());
-    EXPECT_EQ(writer.GetFailureText(), "Failed to write " + path + " (File too large)");
+    EXPECT_EQ(record(1, headerLength() - 1), 0U);
     EXPECT_EQ(readFile(path), "");
 }
 
-TEST_F(AdvOnAFullDisk, FullWhenStoppedStillKeepsTheFrames)
+TEST_F(AdvFailure, GpsStatusFileThatCannotBeOpenedCostsNoFrame)
 {
-    const size_t header = headerLength();
-    // No room for the index, or none for the four bytes behind it.
-    for (const size_t room : {size_t{3}, sTrailerLength + sIndexEntryLength - 2}) {
-        const FileSizeLimit limit(header + sRecordLength + room);
-        std::vector<uint8_t> frame(sWidth * sHeight * 2, 0x5A);
+    for (const bool canOpen : {true, false}) {
+        const std::string gpsPath = directory / (canOpen ? "gps.csv" : "missing/gps.csv");
         AdvWriter writer(&provider);
+        writer.SetRecordGpsStatusFilePath(gpsPath);
         writer.CreateAdvFile(path, sWidth, sHeight, 16, {}, 0);
         writer.StartRecording();
-        writer.RecordFrame(frame.data(), frame.size(), 0);
-        EXPECT_FALSE(writer.HasFailed());
+        EXPECT_EQ(std::filesystem::exists(gpsPath), canOpen);
+        EXPECT_TRUE(writer.IsRecording());
         writer.StopRecording();
-        EXPECT_TRUE(writer.HasFailed());
-        EXPECT_EQ(readFile(path).size(), header + sRecordLength);
-        EXPECT_EQ(number(9, 8) + number(25, 8) + number(40, 4), 0U);
+        EXPECT_FALSE(writer.HasFailed());
     }
 }

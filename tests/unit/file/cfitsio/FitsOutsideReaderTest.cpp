@@ -6,25 +6,7 @@
 #include <gtest/gtest.h>
 #include <random>
 
-namespace {
-struct SSize {
-    int width;
-    int height;
-};
-
-// Runs a command and returns what it prints.
-std::string outputOf(const std::string& command)
-{
-    std::string text;
-    FILE* pipe = popen(command.c_str(), "r");
-    for (int c = 0; pipe != nullptr && (c = fgetc(pipe)) != EOF;)
-        text.push_back(static_cast<char>(c));
-    pclose(pipe);
-    return text;
-}
-} // namespace
-
-class FitsOutsideReader : public testing::TestWithParam<SSize> {
+class FitsOutsideReader : public testing::TestWithParam<std::pair<int, int>> {
 protected:
     void SetUp() override
     {
@@ -72,21 +54,7 @@ TEST_P(FitsOutsideReader, SeesTheImageAndItsHeader)
             << "FITS row " << y;
 }
 
-TEST_P(FitsOutsideReader, ComplainsAboutTheDataFillAlone)
-{
-    const std::string report = outputOf("fitsverify '" + path + "' 2>&1");
-    if (report.find("erification found") == std::string::npos)
-        GTEST_SKIP() << "fitsverify is not installed";
-    const bool hasFill = image.size() * 2 % 2880 != 0;
-    EXPECT_NE(report.find(hasFill ? "found 0 warning(s) and 1 error(s)" : "found 0 warning(s) and 0 error(s)"),
-              std::string::npos)
-        << report;
-    EXPECT_EQ(report.find("Data fill") != std::string::npos || report.find("ata fill area") != std::string::npos,
-              hasFill)
-        << report;
-}
-
-INSTANTIATE_TEST_SUITE_P(Size, FitsOutsideReader, testing::Values(SSize{1624, 1240}, SSize{176, 128}, SSize{1440, 2}),
+INSTANTIATE_TEST_SUITE_P(Size, FitsOutsideReader, testing::Values(std::pair(1624, 1240), std::pair(1440, 2)),
                          [](const auto& test) {
-                             return std::to_string(test.param.width) + "x" + std::to_string(test.param.height);
+                             return std::to_string(test.param.first) + "x" + std::to_string(test.param.second);
                          });
