@@ -12,13 +12,11 @@ public:
     FakeCamera();
     ~FakeCamera();
 
-    static constexpr uint32_t sBufferLength = 0x20000;
     using Command = std::array<uint8_t, 5>;
 
     std::vector<uint32_t> requests;  ///< codes, in the order of arrival
     std::vector<Command> commands;   ///< extension-unit writes that were complete and well addressed
     std::map<uint32_t, int> refusal; ///< code -> errno
-    uint32_t grantedBuffers = 5;
     uint32_t formatWidth = 0, formatHeight = 0, pixelFormat = 0; ///< of the last S_FMT
     uint32_t bytesUsed = 0;                                      ///< of every dequeued buffer
     int mappings = 0;                                            ///< mapped and not unmapped
@@ -27,6 +25,5 @@ public:
     int answer(uint32_t request, void* arg);
 
 private:
-    int describeBuffer(void* arg) const;
     void takeCommand(const void* arg);
 };

@@ -20,7 +20,7 @@ struct SPretended {
     std::vector<uint16_t> raw;
     bool hasBuffer = true;
     int bytesUsed = 0;
-    int dequeued = 0, released = 0, histograms = 0;
+    int released = 0, histograms = 0;
     std::vector<uint32_t> preview;
     bool previewFails = false;
     int previewWidth = 0;
@@ -29,7 +29,6 @@ struct SPretended {
 inline SPretended sPretended;
 
 inline const SFrameDevice sPretendedDevice{[](int, SVideoMemory*, void** frame) {
-                                               ++sPretended.dequeued;
                                                *frame = sPretended.hasBuffer ? sPretended.raw.data() : nullptr;
                                                return sPretended.bytesUsed;
                                            },
@@ -48,20 +47,11 @@ public:
     OpenFrameProcessor() : FrameProcessor(sPretendedDevice) {}
     using FrameProcessor::decoded;
     using FrameProcessor::m_binaryOverlay;
-    using FrameProcessor::m_camStatus;
     using FrameProcessor::m_firstFrameDatetime;
-    using FrameProcessor::m_firstFrameDatetimeValid;
     using FrameProcessor::m_firstFrameGpsPrecisionMeters;
-    using FrameProcessor::m_fitsRecordingJob;
-    using FrameProcessor::m_fitsWriter;
-    using FrameProcessor::m_hasGpsFix;
-    using FrameProcessor::m_height;
-    using FrameProcessor::m_isCompressed;
     using FrameProcessor::m_lastFrameDatetime;
     using FrameProcessor::m_photometryBuffer;
-    using FrameProcessor::m_previousFrameNumber;
     using FrameProcessor::m_processedFitsFiles;
-    using FrameProcessor::m_recordingFormat;
     using FrameProcessor::m_recordingGpsNofSamples;
     using FrameProcessor::m_recordingGpsSumHeightM;
     using FrameProcessor::m_recordingGpsSumLatE7;
@@ -80,11 +70,9 @@ protected:
         setSize(240, 64);
     }
 
-    /// Plain words, or packed lines when compressedWidth is smaller than width.
-    void setSize(int width, int height, int compressedWidth = 0)
+    void setSize(int width, int height)
     {
-        cam.w = width;
-        cam.wCompact = compressedWidth ? compressedWidth : width;
+        cam.w = cam.wCompact = width;
         cam.h = height;
         pixels.assign(static_cast<size_t>(width) * static_cast<size_t>(height), 0x4000);
     }

@@ -7,22 +7,20 @@
 #include <gmock/gmock.h>
 
 #include <atomic>
-#include <regex>
 #include <thread>
 
+using libobribase::storeShared;
 using testing::HasSubstr;
 
 namespace {
 
 constexpr uint32_t sRed = 0xFF0000;
 
-class FrameSteps : public FrameProcessorSite {};
-
-// Status word 0 of the overlay: the mode as the camera numbers it, and switches.
-void setMode(OverlayRow& overlay, uint32_t raw, uint32_t further = 0)
-{
-    overlay.u32(80, raw << 24 | further);
-}
+class FrameSteps : public FrameProcessorSite {
+protected:
+    // Status word 0 of the overlay: the mode as the camera numbers it, and switches.
+    void setMode(uint32_t raw, uint32_t further = 0) { overlay.u32(80, raw << 24 | further); }
+};
 
 } // namespace
 
@@ -30,24 +28,19 @@ TEST_F(FrameSteps, NoDataTouchesNothingButTheCount)
 {
     frame();
     const SStreamStatus before = readStreamStatus();
-    const int histograms = sPretended.histograms;
     setSize(176, 128);
     sPretended.preview.clear();
-    const struct {
-        bool hasBuffer;
-        int bytes;
-    } cases[] = {{false, 99999}, {true, 0}, {true, -1}, {true, 176 * 128 * 2 - 1}};
-    for (const auto& c : cases) {
-        sPretended.hasBuffer = c.hasBuffer;
-        sPretended.bytesUsed = c.bytes;
+    const std::pair<bool, int> cases[] = {{false, 99999}, {true, 0}, {true, -1}, {true, 176 * 128 * 2 - 1}};
+    for (const auto& [hasBuffer, bytes] : cases) {
+        sPretended.hasBuffer = hasBuffer;
+        sPretended.bytesUsed = bytes;
         process();
     }
     EXPECT_EQ(cam.frameNr, 5);
     EXPECT_EQ(sPretended.released, 5);
     EXPECT_TRUE(sPretended.preview.empty());
-    EXPECT_EQ(sPretended.histograms, histograms);
+    EXPECT_EQ(sPretended.histograms, 1);
     EXPECT_EQ(processor.m_width, 240);
-    EXPECT_EQ(processor.m_height, 64);
     EXPECT_EQ(readStreamStatus().framesSeen, before.framesSeen);
 }
 
@@ -72,26 +65,13 @@ TEST_F(FrameSteps, AnySizeWithinTheBuffersGoesThrough)
 {
     const int sizes[][2] = {{1, 1}, {8, 1}, {3, 5}, {176, 1}, {1, 1240}, {1624, 17}, {1624, 1240}};
     cam.applyNoiseCorrection = cam.showPcTime = 1;
+    setMode(3, 1u << 28);
     for (const auto& [w, h] : sizes) {
         setSize(w, h);
-        setMode(overlay, 3, 1u << 28);
         frame();
         EXPECT_EQ(processor.m_width, w);
         EXPECT_EQ(sPretended.previewWidth, w);
     }
-}
-
-TEST_F(FrameSteps, PackedLinesBecomeTheWholeWidth)
-{
-    setSize(816, 620, 612);
-    const uint16_t words[] = {0xABCC, 0xABCC, 0xABBC, 0xABBC, 0xAABC, 0xAABC}; // eight pixels 0xABC0
-    for (int i = 0; i < 612 * 620; ++i)
-        sPretended.raw.push_back(words[i % 6]);
-    sPretended.bytesUsed = 612 * 620 * 2;
-    process();
-    EXPECT_EQ(processor.m_isCompressed, 1);
-    EXPECT_EQ(processor.m_width, 816);
-    EXPECT_TRUE(std::all_of(processor.decoded(), processor.decoded() + 816 * 620, [](auto p) { return p == 0xABC0; }));
 }
 
 TEST_F(FrameSteps, StatusTellsWhatTheOverlaySays)
@@ -101,15 +81,11 @@ TEST_F(FrameSteps, StatusTellsWhatTheOverlaySays)
     overlay.u16(96, 0x9501);
     frame();
     SStreamStatus s = readStreamStatus();
-    EXPECT_EQ(processor.m_hasGpsFix, 1);
-    EXPECT_EQ(s.width, 240);
     EXPECT_TRUE(s.timeValid);
     EXPECT_EQ(s.fixState, 7);
     EXPECT_EQ(s.satellites, 9);
     EXPECT_TRUE(s.temperatureValid);
     EXPECT_EQ(s.temperature, -21);
-    EXPECT_EQ(s.cameraFrameId, 0x01020304u);
-    EXPECT_THAT(s.overlayText, HasSubstr("20240305 06:07:08.250"));
 
     const uint64_t errors = s.overlayErrors;
     overlay.byte(2, 'X');
@@ -141,20 +117,6 @@ TEST_F(FrameSteps, LostFramesAreTheGapsOfTheCamerasCounter)
     EXPECT_EQ(lostAfter(900) - base, 4u);
 }
 
-TEST_F(FrameSteps, EveryFrameInHighResolutionModeLogsTheLine)
-{
-    setMode(overlay, 0, 1u << 21);
-    EXPECT_EQ(countOf(loggedBy([&] { frames(3); }), "  I Camera high resolution mode switching to  0\n"), 3);
-}
-
-TEST_F(FrameSteps, StatisticsComeEveryHundredFrames)
-{
-    setSize(176, 8);
-    const std::string log = loggedBy([&] { frames(100); });
-    EXPECT_EQ(countOf(log, "I PERF"), 1);
-    EXPECT_TRUE(std::regex_search(log, std::regex("  I PERF( +-?[0-9]+\\.[0-9]){7}\n"))) << log;
-}
-
 TEST_F(FrameSteps, GpsLogGetsOneRowAMinute)
 {
     auto* logger = libobribase::CGpsLogger::instance();
@@ -164,44 +126,22 @@ TEST_F(FrameSteps, GpsLogGetsOneRowAMinute)
         frame();
     }
     logger->Stop();
-    overlay.byte(12, 9);
-    frame();
-    std::string text;
-    for (const std::string& file : filesIn("."))
-        text += readFile(file);
-    EXPECT_EQ(countOf(text, "\r"), 1 + 3);
+    EXPECT_EQ(countOf(readFile(filesIn(".").at(0)), "\r"), 1 + 3);
 }
 
 TEST_F(FrameSteps, LineNoiseGoesExceptFromTheRowsKept)
 {
-    struct SCase {
-        uint32_t rawMode;
-        int firstKept;
-    };
-    for (const auto& [rawMode, firstKept] : {SCase{0, 64 - 1 - 16}, SCase{3, 64 - 1}}) {
-        setMode(overlay, rawMode);
-        for (int enabled : {0, 1}) {
-            for (int y = 0; y < cam.h; ++y)
-                for (int x = 0; x < cam.w; ++x)
-                    pixel(x, y) = static_cast<uint16_t>(0x4000 + (y % 2 ? 0x80 : 0));
-            cam.applyNoiseCorrection = enabled;
-            frame();
-            for (int y = 0; y < cam.h - 1; ++y) {
-                const int expected = enabled && y < firstKept ? 0x4040 : 0x4000 + (y % 2 ? 0x80 : 0);
-                ASSERT_NEAR(processor.decoded()[y * 240 + 200], expected, 2) << y << " mode " << rawMode;
-            }
-        }
+    const auto striped = [](int y) { return static_cast<uint16_t>(0x4000 + (y % 2 ? 0x80 : 0)); };
+    cam.applyNoiseCorrection = 1;
+    const std::pair<uint32_t, int> cases[] = {{0, 64 - 1 - 16}, {3, 64 - 1}};
+    for (const auto& [rawMode, firstKept] : cases) {
+        setMode(rawMode);
+        for (int i = 0; i < cam.w * cam.h; ++i)
+            pixels[i] = striped(i / cam.w);
+        frame();
+        for (int y = 0; y < cam.h - 1; ++y)
+            ASSERT_NEAR(processor.decoded()[y * 240 + 200], y < firstKept ? 0x4040 : striped(y), 2) << y;
     }
-}
-
-TEST_F(FrameSteps, PcTimeIsStampedIntoTheImage)
-{
-    frame();
-    EXPECT_EQ(processor.decoded()[0], 0x4000);
-    cam.showPcTime = 1;
-    frame();
-    EXPECT_EQ(processor.decoded()[0], 0);
-    EXPECT_EQ(processor.decoded()[16 * 240], 0x4000);
 }
 
 // Grey of the stretch and plain grey differ for 0x8000: 127 and 128.
@@ -213,12 +153,11 @@ TEST_F(FrameSteps, RowsAndColumnsOfTheOverlayAreShownPlain)
         int rows, columns;
     };
     const SCase cases[] = {
-        {240, 64, 2, 0, 1, 0},         {240, 64, 0, 0, 16, 0},       {176, 128, 0, 0, 8, 0}, {176, 128, 2, 0, 1, 0},
-        {240, 64, 1, 1u << 28, 16, 8}, {240, 64, 1, 1u << 29, 16, 0}}; // the other flag does not count
+        {240, 64, 2, 0, 1, 0}, {240, 64, 0, 0, 16, 0}, {176, 128, 0, 0, 8, 0}, {240, 64, 1, 1u << 28, 16, 8}};
     for (const SCase& c : cases) {
         setSize(c.w, c.h);
         std::fill(pixels.begin(), pixels.end(), uint16_t{0x8000});
-        setMode(overlay, c.rawMode, c.flags);
+        setMode(c.rawMode, c.flags);
         frame();
         const int x = 140; // beside overlay and cross-hair
         int rows = 1, columns = 0;
@@ -228,17 +167,14 @@ TEST_F(FrameSteps, RowsAndColumnsOfTheOverlayAreShownPlain)
             ++columns;
         EXPECT_EQ(rows, c.rows) << c.w << " mode " << c.rawMode;
         EXPECT_EQ(columns, c.columns) << c.flags;
-        EXPECT_EQ(previewAt(x, 2), 0x7F7F7Fu);
     }
 }
 
 TEST_F(FrameSteps, OverflowIsMarkedAtTheEndThatInversionNames)
 {
-    setMode(overlay, 2);
+    setMode(2);
     pixel(100, 20) = 0xFFF0;
     pixel(102, 20) = 0x0010;
-    frame();
-    EXPECT_EQ(previewAt(100, 20), 0xFEFEFEu);
     processor.SetShowPixelOverflow(true);
     frame();
     EXPECT_EQ(previewAt(100, 20), 0xFE0000u);
@@ -254,45 +190,35 @@ TEST_F(FrameSteps, CrossHairLiesWhereItIsDefined)
     for (const auto& [w, h] : {std::pair{176, 128}, {241, 77}, {100, 20}}) {
         setSize(w, h);
         frame();
+        const auto inBar = [](int at, int size, int gap) {
+            return at >= 16 && at < size - 16 && (at < size / 2 - gap || at >= size / 2 + gap);
+        };
         for (int y = 0; y < h; ++y)
             for (int x = 0; x < w; ++x) {
-                const bool middleColumn = x >= w / 2 - 1 && x <= w / 2 + 1,
-                           middleRow = y >= h / 2 - 1 && y <= h / 2 + 1;
-                const bool inColumn = (y >= 16 && y < h / 2 - 32) || (y >= h / 2 + 32 && y < h - 16);
-                const bool inRow = (x >= 16 && x < w / 2 - 48) || (x >= w / 2 + 48 && x < w - 16);
-                ASSERT_EQ(previewAt(x, y) == sRed, (middleColumn && inColumn) || (middleRow && inRow)) << x << ' ' << y;
+                const bool inColumn = abs(x - w / 2) <= 1 && inBar(y, h, 32);
+                const bool inRow = abs(y - h / 2) <= 1 && inBar(x, w, 48);
+                ASSERT_EQ(previewAt(x, y) == sRed, inColumn || inRow) << x << ' ' << y;
             }
     }
 }
 
-TEST_F(FrameSteps, HistogramIsHandedOverWithEveryFrame)
+TEST_F(FrameSteps, HistogramAndPhotometryComeWithEveryFrame)
 {
     m_updateHistogram = 0;
     m_histogram->ClearHistoBuffer();
-    setMode(overlay, 2);
+    setMode(2);
+    storeShared(m_photometryTargetX, 5000); // chosen on a larger image
+    storeShared(m_photometryTargetY, 5000);
+    pixel(239, 62) = 0x6660;
     frames(2);
     EXPECT_EQ(sPretended.histograms, 2);
     EXPECT_EQ(m_updateHistogram, 1);
     EXPECT_EQ(m_histogram->GetHistoBin(0x4000 / 64), 240u * (64 - 33)); // rows 17 to 47
-}
-
-TEST_F(FrameSteps, PhotometryTakesTheTargetsWindowInsideTheFrame)
-{
     std::vector<uint16_t> window(256);
-    pixel(50, 20) = 0x7770;
-    pixel(239, 62) = 0x6660;
-    libobribase::storeShared(m_photometryTargetX, 50);
-    libobribase::storeShared(m_photometryTargetY, 20);
-    frame();
-    ASSERT_TRUE(processor.m_photometryBuffer->read(0, window.data()));
-    EXPECT_EQ(window[0], 0x7770);
-    libobribase::storeShared(m_photometryTargetX, 5000); // chosen on a larger image
-    libobribase::storeShared(m_photometryTargetY, 5000);
-    frame();
     ASSERT_TRUE(processor.m_photometryBuffer->read(0, window.data()));
     EXPECT_EQ(window[14 * 16 + 15], 0x6660);
-    libobribase::storeShared(m_photometryTargetX, 0);
-    libobribase::storeShared(m_photometryTargetY, 0);
+    storeShared(m_photometryTargetX, 0);
+    storeShared(m_photometryTargetY, 0);
 }
 
 // What the main thread does between frames' start and end without the gate; the thread sanitizer is the judge.
@@ -306,20 +232,16 @@ TEST_F(FrameSteps, WindowMaySetReadAndDragWhileFramesCome)
     });
     m_histogram->SetContainerSize(424, 114);
     for (int i = 0; i < 60; ++i) {
-        libobribase::storeShared(cam.applyNoiseCorrection, i % 2);
-        libobribase::storeShared(cam.showPcTime, i % 3);
-        libobribase::storeShared(cam.invertImage, i % 2);
-        libobribase::storeShared(m_photometryTargetX, i);
+        for (int* setting : {&cam.applyNoiseCorrection, &cam.showPcTime, &cam.invertImage})
+            storeShared(*setting, i % 2);
         processor.SetShowPixelOverflow(i % 2);
         m_histogram->OnMouseClick(100 + i, 50, i % 2);
         m_histogram->SetHistoBounds(99);
-        libobribase::storeShared(m_updateHistogram, 0);
+        storeShared(m_updateHistogram, 0);
         EXPECT_EQ(readStreamStatus().width, 240);
         EXPECT_FALSE(processor.IsRecording());
         EXPECT_LE(m_histogram->CopyHistoBins().total, 240u * 64);
-        EXPECT_GT(processor.m_photometryBuffer->producedCount(), 0u);
     }
     stop = true;
     streaming.join();
-    libobribase::storeShared(m_photometryTargetX, 0);
 }

@@ -3,15 +3,11 @@
 #include "camera_control.h"
 #include "Ending.h"
 #include "FakeCamera.h"
-#include "Log.h"
 #include "StreamStatus.h"
 #include <atomic>
 #include <cerrno>
 #include <chrono>
-#include <cstdlib>
-#include <fstream>
 #include <gtest/gtest.h>
-#include <linux/uvcvideo.h>
 #include <linux/videodev2.h>
 #include <thread>
 #include <unistd.h>
@@ -53,22 +49,17 @@ protected:
 
 } // namespace
 
-TEST_F(Streaming, StartAndStopTwiceAreLikeOnce)
+TEST_F(Streaming, StartAndStopTwiceAreLikeOnceAndEveryStartIsAnotherSession)
 {
     startStreaming();
     EXPECT_EQ(camera.count(VIDIOC_STREAMON), 1);
     EXPECT_EQ(getIsStreaming(), 1);
+    const uint64_t first = frameGate().session();
     stopStreaming();
     stopStreaming();
     EXPECT_EQ(camera.count(VIDIOC_STREAMOFF), 1);
     EXPECT_EQ(getIsStreaming(), 0);
     EXPECT_EQ(camera.mappings, 0);
-}
-
-TEST_F(Streaming, EveryStartIsAnotherSessionAndAStopIsNone)
-{
-    const uint64_t first = frameGate().session();
-    stopStreaming();
     EXPECT_EQ(frameGate().session(), 0u);
     startStreaming();
     EXPECT_NE(frameGate().session(), first);
@@ -118,70 +109,6 @@ TEST_F(Streaming, AnUnpluggedCameraIsNeitherStoppedNorStarted)
     EXPECT_TRUE(readStreamStatus().cameraConnected);
 }
 
-namespace {
-
-/// A recording of 176 x 128 pixels in a folder of its own; its stream delivers black frames.
-class ActiveRecording : public Streaming {
-protected:
-    void SetUp() override
-    {
-        ASSERT_EQ(chdir(testing::TempDir().c_str()), 0);
-        remove("recording.adv");
-        Streaming::SetUp();
-        setResolution(176, 128);
-        camera.bytesUsed = 176 * 128 * 2;
-        streamingThreadRun(); // a recording needs a frame of its size first
-        startRecordingAdv();
-        ASSERT_EQ(getIsRecording(), 1);
-        streamingThreadRun();
-    }
-
-    void TearDown() override
-    {
-        stopRecording();
-        Streaming::TearDown();
-    }
-
-    /// The start of the index table, patched into the header when a recording ends properly.
-    static uint64_t indexPosition()
-    {
-        std::ifstream file("recording.adv", std::ios::binary);
-        uint64_t position = 0;
-        file.seekg(9).read(reinterpret_cast<char*>(&position), sizeof position);
-        return position;
-    }
-};
-
-using ActiveRecordingDeathTest = ActiveRecording;
-
-} // namespace
-
-TEST_F(ActiveRecording, EndsProperlyBeforeTheSizeChangesAndGoesOnWhenItDoesNot)
-{
-    setResolution(176, 128);
-    EXPECT_EQ(getIsRecording(), 1);
-    testing::internal::CaptureStderr();
-    setResolution(408, 310);
-    EXPECT_EQ(testing::internal::GetCapturedStderr(), "The resolution changes: the recording ends here\n");
-    EXPECT_EQ(getIsRecording(), 0);
-    EXPECT_NE(indexPosition(), 0u);
-}
-
-TEST_F(ActiveRecording, IsMadeWholeWhenTheCameraIsUnplugged)
-{
-    camera.refusal[VIDIOC_DQBUF] = ENODEV;
-    EXPECT_NE(runRounds(1).find("The camera was unplugged: the recording ends here\n"), std::string::npos);
-    EXPECT_EQ(getIsRecording(), 0);
-    EXPECT_NE(indexPosition(), 0u);
-}
-
-TEST_F(ActiveRecordingDeathTest, IsMadeWholeWhenTheProcessEnds)
-{
-    camera.refusal[UVCIOC_CTRL_QUERY] = EPIPE;
-    EXPECT_EXIT(setGain(3), testing::ExitedWithCode(255), "Failed to access extension unit, exiting... ");
-    EXPECT_NE(indexPosition(), 0u);
-}
-
 TEST(EndingDeathTest, WaitsForAFrameThatFailsFatallyItselfAndKeepsItsOwnStatus)
 {
     const auto bothEnd = [] {
@@ -197,19 +124,4 @@ TEST(EndingDeathTest, WaitsForAFrameThatFailsFatallyItselfAndKeepsItsOwnStatus)
         endProcess(3);
     };
     EXPECT_EXIT(bothEnd(), testing::ExitedWithCode(3), "");
-}
-
-TEST(EndingDeathTest, LeavesControlModeWithoutMindingAFailureAndClosesTheLog)
-{
-    ASSERT_EQ(chdir(testing::TempDir().c_str()), 0);
-    const auto end = [] {
-        FakeCamera camera;
-        setObriMode(1);
-        libobribase::logOpen("/tmp", '/');
-        camera.refusal[UVCIOC_CTRL_QUERY] = ENODEV;
-        dup2(STDERR_FILENO, STDOUT_FILENO);
-        endProcess(0);
-    };
-    EXPECT_EXIT(end(), testing::ExitedWithCode(0), "^setObriMode: en=1\nsetObriMode: en=0\n$");
-    EXPECT_EQ(system("tail -n 1 obri_app_log_*.txt | grep -q 'Closing Log File'"), 0);
 }
