@@ -1,4 +1,3 @@
-#include "AdvVerify.h"
 #include "Observing.h"
 
 #include <gmock/gmock.h>
@@ -28,7 +27,7 @@ struct SFault {
     int status;                       ///< 255: the program ends by itself
     size_t missing = 0;               ///< frames put into a buffer that are no frames to record
     bool endsRecording = false;       ///< by itself
-    bool marksFrames = true;          ///< counters and times of all frames are the camera's
+    const char* remark = nullptr;     ///< set where numbers and times of frames are not the camera's: what they are
 };
 
 enum class EMoment { Alone, Recording };
@@ -47,6 +46,8 @@ struct SRun {
 
 const std::vector<SFault>& streamFaults()
 {
+    constexpr const char* sOldTimes = "3 carry the number and times of the one before";
+    constexpr const char* sNoTimes = "5 carry times of 1970";
     static const std::string sIo = std::to_string(EIO);
     static const std::vector<SFault> sFaults = {
         {"Stall of 30 frames", {"--stall", "AT,30"}, sUntilVerdict / 2, "", 0},
@@ -71,12 +72,13 @@ const std::vector<SFault>& streamFaults()
          true},
         {"Three frames lost on the way", {"--lose-frames", "AT,3"}, sBriefly, "", 0},
         {"Half a frame", {"--short-frame", "AT,1"}, sBriefly, "A short frame counts as lost", 0, 1},
-        {"Overlay without preamble", {"--bad-preamble", "AT,3"}, sBriefly, "", 0, 0, false, false},
-        {"Overlay with a wrong checksum", {"--bad-checksum", "AT,3"}, sBriefly, "", 0, 0, false, false},
-        {"Time stamps of 2009", {"--year", "2009,AT,5"}, sBriefly, "", 0, 0, false, false},
-        {"Time stamps of 2059", {"--year", "2059,AT,5"}, sBriefly, "", 0, 0, false, false},
-        {"Two dequeues fail",
-         {"--dqbuf-error", sIo + ",AT,2"},
+        {"Overlay without preamble", {"--bad-preamble", "AT,3"}, sBriefly, "", 0, 0, false, sOldTimes},
+        {"Overlay with a wrong checksum", {"--bad-checksum", "AT,3"}, sBriefly, "", 0, 0, false, sOldTimes},
+        {"Time stamps of 2009", {"--year", "2009,AT,5"}, sBriefly, "", 0, 0, false, sNoTimes},
+        {"Time stamps of 2059", {"--year", "2059,AT,5"}, sBriefly, "", 0, 0, false, sNoTimes},
+        {"Two dequeues fail", {"--dqbuf-error", sIo + ",AT,2"}, sUntilVerdict / 2, "", 0},
+        {"Seven dequeues fail",
+         {"--dqbuf-error", sIo + ",AT,7"},
          sUntilVerdict / 2,
          "Failed to dequeue frame buffer...",
          0},
@@ -85,7 +87,8 @@ const std::vector<SFault>& streamFaults()
          sUntilVerdict,
          "The stream has died: it is stopped and started again",
          0},
-        {"Requeueing fails once", {"--qbuf-error", sIo + ",AT,1"}, sBriefly, "Failed to enqueue frame buffer...", 0},
+        {"One requeue fails", {"--qbuf-error", sIo + ",AT,1"}, sBriefly, "", 0},
+        {"Five requeues fail", {"--qbuf-error", sIo + ",AT,5"}, sBriefly, "Failed to enqueue frame buffer...", 0},
         {"Stream does not stop",
          {"--streamoff-error", sIo + ",1", "--stall", "AT"},
          sUntilVerdict,
@@ -126,7 +129,9 @@ std::vector<SRun> runs()
     for (const SFault& fault : streamFaults()) {
         all.push_back({fault, sFullSize, EMoment::Alone});
         all.push_back({fault, sFullSize, EMoment::Recording});
-        all.push_back({fault, sSmallSize, EMoment::Recording});
+        // A camera that refuses to stop refuses another size too, and ends the program with the line for it.
+        if (fault.options.front() != "--streamoff-error")
+            all.push_back({fault, sSmallSize, EMoment::Recording});
     }
     if (isNightly())
         return all;
@@ -175,13 +180,14 @@ std::string linesSaid(const Program& program)
 }
 
 /// What the run left, in words for the table.
-std::string fileText(const std::filesystem::path& recording, const SHeld& held)
+std::string fileText(const SFault& fault, const SHeld& held)
 {
-    const std::string verdict = obriadv::verifyRecording(recording.string()).verdict;
-    std::string text = verdict.substr(verdict.find(": ") + 2);
+    std::string text = "whole, " + std::to_string(held.frames) + " frames, none missing";
+    if (fault.missing > 0)
+        text += " but " + std::to_string(fault.missing) + " that came broken";
     if (held.lostByCamera > 0)
-        text += "; the camera never sent " + std::to_string(held.lostByCamera);
-    return text;
+        text += "; " + std::to_string(held.lostByCamera) + " were never sent";
+    return fault.remark ? text + "; " + fault.remark : text;
 }
 
 void writeRow(const SRun& run, const std::string& seen, const std::string& status, const std::string& file)
@@ -240,6 +246,17 @@ protected:
         return program.frameLog().size() > (GetParam().size.row == sFullSize.row ? 115u : 175u);
     }
 
+    /// Gaps and odd times are the camera's; a file with a byte that is nothing, or without its index, is ours.
+    static void expectWhole(const std::filesystem::path& recording)
+    {
+        obriadv::AdvFile file;
+        ASSERT_EQ(file.open(recording), "");
+        EXPECT_TRUE(file.damage().empty()) << file.damage().front().text;
+        EXPECT_EQ(file.index().mainCount, file.frames().size());
+        for (const auto& region : file.regions())
+            EXPECT_NE(region.kind, obriadv::EAdvRegion::Unaccounted) << region.offset;
+    }
+
     void judgeRecording(const Program& program)
     {
         const SFault& fault = GetParam().fault;
@@ -249,12 +266,11 @@ protected:
         EXPECT_THAT(held.strangers, IsEmpty());
         EXPECT_EQ(held.missing, fault.missing);
         EXPECT_GE(held.frames, 10u);
-        if (fault.marksFrames && fault.missing == 0) {
+        if (!fault.remark && fault.missing == 0) {
             EXPECT_THAT(differences(recording, camera), IsEmpty());
         }
-        // Findings are the camera's; a file that is not whole is ours.
-        EXPECT_NE(obriadv::verifyRecording(recording.string()).exitStatus(), 2);
-        writeRow(GetParam(), linesSaid(program), std::to_string(program.exitStatus()), fileText(recording, held));
+        expectWhole(recording);
+        writeRow(GetParam(), linesSaid(program), std::to_string(program.exitStatus()), fileText(fault, held));
     }
 };
 
@@ -276,7 +292,8 @@ TEST_P(FaultMatrix, IsSurvived)
             writeRow(GetParam(), linesSaid(program), std::to_string(program.exitStatus()), "none");
     }
     EXPECT_THAT(program.standardError(), HasSubstr(fault.line));
-    EXPECT_LT(countLines(program.standardError(), ""), 60u) << program.standardError().substr(0, 3000);
+    const std::string errors = program.standardError();
+    EXPECT_LT(countLines(errors, "") - countLines(errors, "libv4l2: "), 60u) << errors.substr(0, 3000);
 }
 
 INSTANTIATE_TEST_SUITE_P(Camera, FaultMatrix, testing::ValuesIn(runs()), [](const auto& test) {

@@ -6,7 +6,9 @@
 #include <gtest/gtest.h>
 
 #include <cstdio>
+#include <deque>
 #include <random>
+#include <set>
 #include <thread>
 
 using testing::HasSubstr;
@@ -121,15 +123,39 @@ private:
     std::mt19937 m_random;
 };
 
+/// What may be said of frames that lay in a buffer when the stream was stopped under a recording: nobody could take
+/// them out any more. A stop shows as a time between two frames that no read-out explains.
+std::set<std::string> findingsAboutStops(const std::map<uint32_t, SCameraFrame>& camera)
+{
+    constexpr int64_t sLongestReadOutNs = 76'000'000;
+    constexpr size_t sBuffers = 5;
+    std::set<std::string> findings;
+    std::deque<uint32_t> latest;
+    const SCameraFrame* before = nullptr;
+    for (const auto& [id, frame] : camera) {
+        if (before && frame.startNs - before->endNs > sLongestReadOutNs)
+            for (const uint32_t each : latest)
+                findings.insert("camera frame " + std::to_string(each) + " was sent and is missing");
+        latest.push_back(id);
+        if (latest.size() > sBuffers)
+            latest.pop_front();
+        before = &frame;
+    }
+    return findings;
+}
+
 /// Holds every recording in the folder against what the camera sent, then deletes it: full frames fill disks.
 size_t checkRecordings(const Program& program)
 {
     const auto camera = parseFrameLog(program.frameLog());
+    const auto excused = findingsAboutStops(camera);
     size_t frames = 0;
     for (const auto& entry : std::filesystem::directory_iterator(program.folder())) {
         if (entry.path().extension() != ".adv")
             continue;
-        EXPECT_THAT(differences(entry.path(), camera, EPixels::MayBeStamped), IsEmpty()) << entry.path();
+        auto findings = differences(entry.path(), camera, EPixels::MayBeStamped);
+        std::erase_if(findings, [&](const std::string& finding) { return excused.count(finding) != 0; });
+        EXPECT_THAT(findings, IsEmpty()) << entry.path();
         obriadv::AdvFile file;
         if (file.open(entry.path()).empty())
             frames += file.frames().size();
