@@ -30,7 +30,9 @@ void noteInt(int value)
     sCamera.calls.push_back(std::string(name.text) + " " + std::to_string(value));
 }
 
-Gtk::Widget* findBelow(Gtk::Widget* widget, const std::string& id)
+} // namespace
+
+Gtk::Widget* WindowTest::findBelow(Gtk::Widget* widget, const std::string& id)
 {
     const char* name = gtk_buildable_get_name(GTK_BUILDABLE(widget->gobj()));
     if (name && id == name)
@@ -41,8 +43,6 @@ Gtk::Widget* findBelow(Gtk::Widget* widget, const std::string& id)
                 return found;
     return nullptr;
 }
-
-} // namespace
 
 WindowTest::WindowTest() : camera(sCamera), m_functions(functionTable())
 {
@@ -105,16 +105,6 @@ void WindowTest::letPass(double seconds)
 {
     const auto end = Clock::now() + std::chrono::duration<double>(seconds);
     waitUntil([&] { return Clock::now() > end; });
-}
-
-Gtk::Widget* WindowTest::findWidget(const std::string& id)
-{
-    return findBelow(window.get(), id);
-}
-
-bool WindowTest::isEnabled(const char* action)
-{
-    return window->get_action_enabled(action);
 }
 
 void WindowTest::sendButton(Gtk::Widget& widget, GdkEventType type, double x, double y, guint button)

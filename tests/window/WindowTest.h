@@ -35,12 +35,12 @@ protected:
     template <class T>
     T& find(const std::string& id)
     {
-        auto* widget = dynamic_cast<T*>(findWidget(id));
+        auto* widget = dynamic_cast<T*>(findBelow(window.get(), id));
         if (!widget)
             throw std::runtime_error("no such widget: " + id);
         return *widget;
     }
-    bool isEnabled(const char* action);
+    bool isEnabled(const char* action) { return window->get_action_enabled(action); }
 
     void press(Gtk::Widget& widget, double x, double y, guint button = 1);
     void move(Gtk::Widget& widget, double x, double y, guint heldButtons = GDK_BUTTON1_MASK);
@@ -54,7 +54,7 @@ protected:
     std::unique_ptr<MainWindow> window;
 
 private:
-    Gtk::Widget* findWidget(const std::string& id);
+    static Gtk::Widget* findBelow(Gtk::Widget* widget, const std::string& id);
     static SUiFunctions functionTable();
     void sendButton(Gtk::Widget& widget, GdkEventType type, double x, double y, guint button);
 

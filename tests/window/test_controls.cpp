@@ -19,12 +19,6 @@ protected:
         find<Gtk::ComboBoxText>(id).set_active(row);
         return camera.take();
     }
-    /// What an entry makes the camera do when its whole text is replaced.
-    std::vector<std::string> write(const char* id, const char* text)
-    {
-        find<Gtk::Entry>(id).set_text(text);
-        return camera.take();
-    }
     std::vector<std::string> toggle(const char* id)
     {
         find<Gtk::CheckButton>(id).clicked();
@@ -33,28 +27,27 @@ protected:
     bool isMarkedInvalid(const char* id) { return find<Gtk::Entry>(id).get_style_context()->has_class("error"); }
 };
 
-TEST_F(Controls, ResolutionRowsHaveTheirSizes)
-{
-    EXPECT_THAT(choose("cmbResolution", 0), ElementsAre("setResolution 1624 1240"));
-    EXPECT_THAT(choose("cmbResolution", 1), ElementsAre("setResolution 1624 128"));
-    EXPECT_THAT(choose("cmbResolution", 2), ElementsAre("setResolution 176 128"));
-    EXPECT_THAT(choose("cmbResolution", 3), ElementsAre("setResolution 816 620"));
-    EXPECT_THAT(choose("cmbResolution", 4), ElementsAre("setResolution 408 310"));
-    EXPECT_THAT(choose("cmbResolution", -1), ElementsAre("setResolution 1624 1240")) << "no row: the full size";
-}
-
 TEST_F(Controls, BoxesSendTheirRow)
 {
-    EXPECT_THAT(choose("cmbGain", 0), ElementsAre("setGain 0"));
-    EXPECT_EQ(find<Gtk::ComboBoxText>("cmbGain").get_active_text(), "0 dB");
-    EXPECT_THAT(choose("cmbGain", 25), ElementsAre("setGain 25"));
-    EXPECT_EQ(find<Gtk::ComboBoxText>("cmbGain").get_active_text(), "25 dBD");
-    EXPECT_THAT(choose("cmbGain", 48), ElementsAre("setGain 48"));
-    EXPECT_EQ(find<Gtk::ComboBoxText>("cmbGain").get_model()->children().size(), 49u);
-    EXPECT_THAT(choose("cmbFlip", 3), ElementsAre("setFlipMode 3"));
-    EXPECT_EQ(find<Gtk::ComboBoxText>("cmbFlip").get_active_text(), "XY");
-    EXPECT_THAT(choose("cmbOverlay", 2), ElementsAre("setOverlayMode 2"));
-    EXPECT_EQ(find<Gtk::ComboBoxText>("cmbOverlay").get_active_text(), "ascii");
+    struct SCase {
+        const char* id;
+        int row;
+        const char *text, *call;
+    };
+    const SCase cases[] = {{"cmbResolution", 0, "1624 x 1240", "setResolution 1624 1240"},
+                           {"cmbResolution", 1, "1624 x 128 (fast)", "setResolution 1624 128"},
+                           {"cmbResolution", 2, "176 x 128 (fast)", "setResolution 176 128"},
+                           {"cmbResolution", 3, "816 x 620", "setResolution 816 620"},
+                           {"cmbResolution", 4, "408 x 310", "setResolution 408 310"},
+                           {"cmbGain", 0, "0 dB", "setGain 0"},
+                           {"cmbGain", 25, "25 dBD", "setGain 25"},
+                           {"cmbGain", 48, "48 dBD", "setGain 48"},
+                           {"cmbFlip", 3, "XY", "setFlipMode 3"},
+                           {"cmbOverlay", 2, "ascii", "setOverlayMode 2"}};
+    for (const auto& [id, row, text, call] : cases) {
+        EXPECT_THAT(choose(id, row), ElementsAre(call));
+        EXPECT_EQ(find<Gtk::ComboBoxText>(id).get_active_text(), text);
+    }
 }
 
 TEST_F(Controls, CheckBoxesSendTheirState)
@@ -63,7 +56,6 @@ TEST_F(Controls, CheckBoxesSendTheirState)
     EXPECT_THAT(toggle("btnHighGain"), ElementsAre("setHighGainMode 1"));
     EXPECT_THAT(toggle("btnNoiseReduction"), ElementsAre("setFpnMode 1"));
     EXPECT_THAT(toggle("btnPcTime"), ElementsAre("setShowPcTime 1"));
-    EXPECT_THAT(toggle("btnPreviewCrosshairs"), IsEmpty()) << "has no handler, on purpose";
 }
 
 TEST_F(Controls, InvertAlsoMirrorsTheBounds)
@@ -112,34 +104,19 @@ TEST_F(Controls, EntriesSendWhatIsInRangeAndMarkWhatIsNot)
     };
     for (const auto& [id, text, call] : cases) {
         SCOPED_TRACE(std::string(id) + " \"" + text + "\"");
-        const auto calls = write(id, text);
-        EXPECT_EQ(calls, call ? std::vector<std::string>{call} : std::vector<std::string>{});
+        find<Gtk::Entry>(id).set_text(text);
+        EXPECT_EQ(camera.take(), call ? std::vector<std::string>{call} : std::vector<std::string>{});
         EXPECT_EQ(isMarkedInvalid(id), !call);
     }
-}
-
-TEST_F(Controls, AnEntryPutRightIsNoLongerMarked)
-{
-    write("edtExpTime", "5000");
-    EXPECT_THAT(write("edtExpTime", "500"), ElementsAre("setExposureTime 500"));
-    EXPECT_FALSE(isMarkedInvalid("edtExpTime"));
 }
 
 TEST_F(Controls, AspectRatioSetsTheZoomThatGoesWithIt)
 {
     auto& zoom = find<Gtk::ComboBoxText>("cmbPreviewZoomFactor");
-    testing::internal::CaptureStdout();
     choose("cmbPreviewAspectRatio", 2);
     EXPECT_EQ(zoom.get_active_text(), "50%");
-    zoom.set_active_text("400%");
     choose("cmbPreviewAspectRatio", 1);
     EXPECT_EQ(zoom.get_active_text(), "25%");
-    fflush(stdout);
-    EXPECT_EQ(testing::internal::GetCapturedStdout(), "onCmbPreviewAspectRatioChanged ix=2\n"
-                                                      "onCmbPreviewZoomFactorChanged zoomFactor=50\n"
-                                                      "onCmbPreviewZoomFactorChanged zoomFactor=400\n"
-                                                      "onCmbPreviewAspectRatioChanged ix=1\n"
-                                                      "onCmbPreviewZoomFactorChanged zoomFactor=25\n");
 }
 
 } // namespace
