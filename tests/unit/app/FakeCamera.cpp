@@ -45,10 +45,7 @@ int FakeCamera::answer(uint32_t request, void* arg)
     requests.push_back(request);
     if (const auto refused = refusal.find(request); refused != refusal.end())
         return fail(refused->second);
-    if (request == VIDIOC_S_FMT) {
-        const auto& pix = static_cast<v4l2_format*>(arg)->fmt.pix;
-        formatWidth = pix.width, formatHeight = pix.height, pixelFormat = pix.pixelformat;
-    } else if (request == VIDIOC_QUERYBUF) {
+    if (request == VIDIOC_QUERYBUF) {
         static_cast<v4l2_buffer*>(arg)->length = 0x20000;
     } else if (request == VIDIOC_DQBUF) {
         static_cast<v4l2_buffer*>(arg)->index = 2;

@@ -17,9 +17,8 @@ public:
     std::vector<uint32_t> requests;  ///< codes, in the order of arrival
     std::vector<Command> commands;   ///< extension-unit writes that were complete and well addressed
     std::map<uint32_t, int> refusal; ///< code -> errno
-    uint32_t formatWidth = 0, formatHeight = 0, pixelFormat = 0; ///< of the last S_FMT
-    uint32_t bytesUsed = 0;                                      ///< of every dequeued buffer
-    int mappings = 0;                                            ///< mapped and not unmapped
+    uint32_t bytesUsed = 0;          ///< of every dequeued buffer
+    int mappings = 0;                ///< mapped and not unmapped
 
     int count(uint32_t request) const;
     int answer(uint32_t request, void* arg);

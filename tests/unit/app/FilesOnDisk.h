@@ -1,33 +1,13 @@
 #pragma once
 
+#include "../base/TemporaryFolder.h"
+
 #include <algorithm>
-#include <cstdlib>
-#include <fcntl.h>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <string>
 #include <vector>
-
-/// A directory of the test's own that is the working directory for its length, as recordings land there.
-class RecordingSite {
-public:
-    RecordingSite() : m_before(std::filesystem::current_path())
-    {
-        std::string path = (std::filesystem::temp_directory_path() / "obri-site-XXXXXX").string();
-        if (mkdtemp(path.data()) == nullptr)
-            abort();
-        std::filesystem::current_path(m_path = path);
-    }
-    ~RecordingSite()
-    {
-        std::filesystem::current_path(m_before);
-        std::filesystem::remove_all(m_path);
-    }
-
-private:
-    std::filesystem::path m_before, m_path;
-};
 
 inline void writeFile(const std::string& path, const std::string& content)
 {

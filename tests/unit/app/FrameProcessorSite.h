@@ -6,7 +6,7 @@
 #include "Log.h"
 
 #include "../base/OverlayRow.h"
-#include "RecordingSite.h"
+#include "FilesOnDisk.h"
 
 #include "BaseWriter.h"
 
@@ -114,10 +114,7 @@ protected:
         libobribase::logOpen(".", '/');
         action();
         libobribase::logClose();
-        for (const std::string& file : filesIn("."))
-            if (file.find("obri_app_log_") != std::string::npos)
-                return readFile(file);
-        return {};
+        return folder.textOf("obri_app_log_");
     }
     static int countOf(const std::string& text, const std::string& part)
     {
@@ -127,7 +124,7 @@ protected:
         return count;
     }
 
-    RecordingSite site;
+    TemporaryFolder folder;
     SVideoDevice cam{};
     std::vector<uint16_t> pixels; ///< 12 significant bits each, in the upper ones
     OverlayRow overlay{0, 5};     ///< a layout without checksum

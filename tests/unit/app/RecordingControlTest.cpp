@@ -124,29 +124,18 @@ TEST_F(RecordingControl, AttributesTellCameraAndOverlay)
     std::map<std::string, std::string> file, frame;
     processor.GetHeaderAttributes(file);
     processor.GetFrameAttributes(frame);
-    const std::map<std::string, std::string> expectedFile = {{"RECORDER-SOFTWARE", "ObriCamControl"},
-                                                             {"RECORDER-SOFTWARE-VERSION", "0.1-alpha1"},
-                                                             {"CAMERA-VENDOR-NAME", "Kantel Optowerk GmbH"},
-                                                             {"CAMERA-DRIVER-NAME", "UVC"},
-                                                             {"ACQUISITION-DELAY", "0.0"},
-                                                             {"COMMENT", ""},
-                                                             {"AUTHOR", "J\xC3\xBCrg"},
-                                                             {"OBSERVER", "J\xC3\xBCrg"},
-                                                             {"TELESCOP", ""},
-                                                             {"INSTRUME", "OBRI+CAM"},
-                                                             {"BINNING-X", "1"},
-                                                             {"BINNING-Y", "1"},
-                                                             {"WIDTH", "240"},
-                                                             {"HEIGHT", "64"},
-                                                             {"OBJECT", "(1) Ceres"},
-                                                             {"OBJNAME", "(1) Ceres"}};
+    const std::pair<const char*, const char*> ofTheNight[] = {
+        {"AUTHOR", "J\xC3\xBCrg"}, {"OBSERVER", "J\xC3\xBCrg"}, {"TELESCOP", ""}, {"OBJECT", "(1) Ceres"},
+        {"OBJNAME", "(1) Ceres"},  {"BINNING-X", "1"},          {"WIDTH", "240"}, {"HEIGHT", "64"}};
+    for (const auto& [name, value] : ofTheNight)
+        EXPECT_EQ(file[name], value) << name;
+    EXPECT_EQ(file.size(), 16u);
     const std::map<std::string, std::string> expectedFrame = {{"LATITUDE", "-47.1234567"},
                                                               {"LONGITUDE", "8.5000000"},
                                                               {"ALTITUDE", "432.1"},
                                                               {"CCD-TEMP", "-21.0"},
                                                               {"DATE-OBS", "2024-03-05T06:07:08.250"},
                                                               {"EXPTIME", "1.000000005"}};
-    EXPECT_EQ(file, expectedFile);
     EXPECT_EQ(frame, expectedFrame);
     EXPECT_EQ(processor.GetSensorTemperature(), 0x10000 - 21);
 

@@ -1,8 +1,9 @@
 #include "RecordingFiles.h"
 
-#include "RecordingSite.h"
+#include "FilesOnDisk.h"
 
 #include <ctime>
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
@@ -16,7 +17,7 @@ protected:
         const timespec times[] = {{1709618828, 0}, {1709618828, 0}};
         utimensat(AT_FDCWD, path.c_str(), times, 0);
     }
-    RecordingSite site;
+    TemporaryFolder folder;
 };
 } // namespace
 

@@ -3,7 +3,6 @@
 #include "FakeCamera.h"
 #include <functional>
 #include <gtest/gtest.h>
-#include <linux/videodev2.h>
 
 using Command = FakeCamera::Command;
 
@@ -33,19 +32,5 @@ TEST(CameraCommands, SayAndSend)
         call();
         EXPECT_EQ(testing::internal::GetCapturedStdout(), line);
         EXPECT_EQ(camera.commands, commands) << line;
-    }
-}
-
-TEST(SetResolution, AsksTheDriverForPackedLinesWhereTheCameraPacks)
-{
-    const int cases[][3] = {{1624, 1240, 1218}, {1624, 128, 1218}, {176, 128, 176}, {816, 620, 612}, {408, 310, 408}};
-    for (const auto& [w, h, requested] : cases) {
-        FakeCamera camera;
-        setResolution(w, h);
-        EXPECT_EQ(camera.formatWidth, static_cast<uint32_t>(requested));
-        EXPECT_EQ(camera.formatHeight, static_cast<uint32_t>(h));
-        EXPECT_EQ(camera.pixelFormat, 0x56595559u);
-        EXPECT_EQ(obriCam().wCompact, requested);
-        EXPECT_EQ(camera.requests, std::vector<uint32_t>{VIDIOC_S_FMT}) << "no stream was running";
     }
 }
