@@ -107,57 +107,32 @@ void WindowTest::letPass(double seconds)
     waitUntil([&] { return Clock::now() > end; });
 }
 
-void WindowTest::sendButton(Gtk::Widget& widget, GdkEventType type, double x, double y, guint button)
+void WindowTest::sendPointer(Gtk::Widget& widget, GdkEventType type, double x, double y, guint detail)
 {
     GdkEvent* event = gdk_event_new(type);
-    event->button.window = GDK_WINDOW(g_object_ref(widget.get_window()->gobj()));
-    event->button.x = x;
-    event->button.y = y;
-    event->button.button = button;
-    gdk_event_set_device(event, gdk_seat_get_pointer(gdk_display_get_default_seat(gdk_display_get_default())));
-    gtk_main_do_event(event);
-    gdk_event_free(event);
-}
-
-void WindowTest::press(Gtk::Widget& widget, double x, double y, guint button)
-{
-    sendButton(widget, GDK_BUTTON_PRESS, x, y, button);
-}
-
-void WindowTest::release(Gtk::Widget& widget, double x, double y, guint button)
-{
-    sendButton(widget, GDK_BUTTON_RELEASE, x, y, button);
-}
-
-void WindowTest::move(Gtk::Widget& widget, double x, double y, guint heldButtons)
-{
-    GdkEvent* event = gdk_event_new(GDK_MOTION_NOTIFY);
-    event->motion.window = GDK_WINDOW(g_object_ref(widget.get_window()->gobj()));
-    event->motion.x = x;
-    event->motion.y = y;
-    event->motion.state = heldButtons;
-    gdk_event_set_device(event, gdk_seat_get_pointer(gdk_display_get_default_seat(gdk_display_get_default())));
-    gtk_main_do_event(event);
-    gdk_event_free(event);
-}
-
-void WindowTest::typeKey(guint key, GdkModifierType modifiers)
-{
-    GdkDisplay* display = gdk_display_get_default();
-    GdkKeymapKey* keys = nullptr;
-    gint count = 0;
-    ASSERT_TRUE(gdk_keymap_get_entries_for_keyval(gdk_keymap_get_for_display(display), key, &keys, &count));
-    for (const GdkEventType type : {GDK_KEY_PRESS, GDK_KEY_RELEASE}) {
-        GdkEvent* event = gdk_event_new(type);
-        event->key.window = GDK_WINDOW(g_object_ref(window->get_window()->gobj()));
-        event->key.keyval = key;
-        event->key.hardware_keycode = static_cast<guint16>(keys[0].keycode);
-        event->key.state = modifiers;
-        gdk_event_set_device(event, gdk_seat_get_keyboard(gdk_display_get_default_seat(display)));
-        gtk_main_do_event(event);
-        gdk_event_free(event);
+    event->any.window = GDK_WINDOW(g_object_ref(widget.get_window()->gobj()));
+    if (type == GDK_MOTION_NOTIFY) {
+        event->motion.x = x;
+        event->motion.y = y;
+        event->motion.state = detail;
+    } else {
+        event->button.x = x;
+        event->button.y = y;
+        event->button.button = detail;
     }
-    g_free(keys);
+    gdk_event_set_device(event, gdk_seat_get_pointer(gdk_display_get_default_seat(gdk_display_get_default())));
+    gtk_main_do_event(event);
+    gdk_event_free(event);
+}
+
+void WindowTest::typeKey(Gtk::Widget& widget, guint key, GdkModifierType modifiers)
+{
+    GdkEvent* event = gdk_event_new(GDK_KEY_PRESS);
+    event->key.window = GDK_WINDOW(g_object_ref(window->get_window()->gobj()));
+    event->key.keyval = key;
+    event->key.state = modifiers;
+    gtk_widget_event(widget.gobj(), event);
+    gdk_event_free(event);
 }
 
 std::vector<uint32_t> WindowTest::look(Gtk::Widget& widget, int width, int height)

@@ -67,9 +67,8 @@ protected:
     static double middleY(const Rect& box) { return box.y + box.h / 2.0; }
     void typeInPlot(guint key, int times, GdkModifierType modifiers = GdkModifierType(0))
     {
-        area().grab_focus();
         for (int i = 0; i < times; ++i)
-            typeKey(key, modifiers);
+            typeKey(area(), key, modifiers);
     }
     void fillBins(const SHistogramBins& counts)
     {
