@@ -36,8 +36,11 @@ void waitForStreaming(Program& program)
 
 void record(Program& program, size_t frames)
 {
-    program.activate("startRecordingAdv");
-    ASSERT_TRUE(program.waitUntilEnabled("stopRecording"));
+    // Refused, and asked again, when the program has not seen the first frame of this size yet.
+    ASSERT_TRUE(waitFor([&] {
+        program.activate("startRecordingAdv");
+        return program.waitUntilEnabled("stopRecording", Seconds(1));
+    }));
     ASSERT_TRUE(program.waitForFrames(program.framesSent() + frames, Seconds(60)));
     program.activate("stopRecording");
     ASSERT_TRUE(program.waitUntilEnabled("startRecordingAdv"));
