@@ -1,9 +1,7 @@
 #include "Ending.h"
 
-#include "camera_control.h"
-#include "FrameProcessor.h"
+#include "FrameGate.h"
 #include "Log.h"
-#include "streaming.h"
 #include "Trouble.h"
 #include <atomic>
 #include <chrono>
@@ -19,6 +17,7 @@
 namespace {
 
 std::atomic<std::thread::id> sEnder{};
+SEndingDuties sDuties; // written before there is a second thread
 
 void keepFramesOut()
 {
@@ -27,8 +26,14 @@ void keepFramesOut()
 
 void finaliseRecordings()
 {
-    if (getIsRecording())
-        m_frameProcessor->StopRecording();
+    if (sDuties.finaliseRecordings)
+        sDuties.finaliseRecordings();
+}
+
+void leaveCamera()
+{
+    if (sDuties.leaveCamera)
+        sDuties.leaveCamera();
 }
 
 void flushOutput()
@@ -37,7 +42,7 @@ void flushOutput()
     fflush(nullptr);
 }
 
-constexpr void (*sSteps[])() = {keepFramesOut, finaliseRecordings, leaveObriMode, libobribase::logClose, flushOutput};
+constexpr void (*sSteps[])() = {keepFramesOut, finaliseRecordings, leaveCamera, libobribase::logClose, flushOutput};
 size_t sNextStep = 0; // of the ending thread
 
 /// Whatever a step meets, those after it are taken.
@@ -83,6 +88,11 @@ bool isIgnored(int number)
 }
 
 } // namespace
+
+void setEndingDuties(const SEndingDuties& duties)
+{
+    sDuties = duties;
+}
 
 void endProcess(int status)
 {

@@ -3,6 +3,16 @@
 /// Status of a process that a device failure has ended.
 constexpr int sFailureStatus = 255;
 
+/// What the ending owes the parts of the program that stand above it. Called once at most, on the thread that ends,
+/// with the frame gate held. Null: nothing to do.
+struct SEndingDuties {
+    void (*finaliseRecordings)();
+    void (*leaveCamera)(); ///< out of the program's control; must not fail
+};
+
+/// Main thread, before the streaming thread exists.
+void setEndingDuties(const SEndingDuties& duties);
+
 /// The one way in which a process with an open camera ends: finalises recordings, takes the camera out of control
 /// mode, writes the log's closing line, flushes, and ends with the status.
 ///

@@ -1,5 +1,12 @@
 #include "FrameGate.h"
 
+FrameGate& frameGate()
+{
+    // Never destroyed: the streaming thread runs until the process ends.
+    static auto* const gate = new FrameGate;
+    return *gate;
+}
+
 void FrameGate::enterControl()
 {
     std::unique_lock lock(m_mutex);

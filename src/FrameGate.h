@@ -81,3 +81,6 @@ private:
     std::atomic<uint64_t> m_session{0};
     std::atomic<bool> m_closed{false};
 };
+
+/// The gate of the program's one camera.
+FrameGate& frameGate();

@@ -6,9 +6,11 @@
 #include "FrameProcessor.h"
 #include "Log.h"
 #include "MainWindow.h"
+#include "ObriCam.h"
 #include "ObriVariables.h"
 #include "SharedFlag.h"
 #include "streaming.h"
+#include "streaming_thread.h"
 #include "StreamStatus.h"
 #include <chrono>
 #include <cstdio>
@@ -58,6 +60,12 @@ SUiFunctions* makeUiFunctions()
     };
 }
 
+void finaliseRecordings()
+{
+    if (getIsRecording())
+        stopRecording();
+}
+
 /// Start-up and shutdown as those of an application that has nothing to do with windows.
 void behaveWithoutDisplay(GApplication* application)
 {
@@ -84,6 +92,7 @@ Glib::RefPtr<ObriApplication> ObriApplication::create()
 ObriApplication::ObriApplication()
     : Gtk::Application(makeApplication()), fns(nullptr), isObriMode(false), noGuiMode(false)
 {
+    setEndingDuties({.finaliseRecordings = finaliseRecordings, .leaveCamera = leaveObriMode});
     libobribase::logOpen("/tmp", '/');
     fns = makeUiFunctions();
     signal_command_line().connect(sigc::mem_fun(*this, &ObriApplication::onHandleCommandLine), false);

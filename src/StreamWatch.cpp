@@ -11,6 +11,12 @@ constexpr int sFailuresOfDeadStream = 3;
 
 } // namespace
 
+StreamWatch& streamWatch()
+{
+    static constinit StreamWatch watch;
+    return watch;
+}
+
 void StreamWatch::streamStarted(Time now)
 {
     m_lastSign = now;

@@ -44,3 +44,6 @@ private:
     // The longest since the last frame: an exposure under way is not cut short by a new setting.
     std::atomic<int> m_longestExposureMs{sUnknownExposureMs};
 };
+
+/// The watch over the program's one camera.
+StreamWatch& streamWatch();

@@ -1,8 +1,8 @@
 #include "camera_control.h"
 
-#include "FrameProcessor.h"
 #include "SharedFlag.h"
 #include "streaming.h"
+#include "StreamWatch.h"
 #include "Trouble.h"
 #include "util.h"
 #include <atomic>
@@ -15,14 +15,12 @@ namespace {
 
 constexpr int sCommandSelector = 5;
 
-SVideoDevice sObriCam;
-
 std::atomic<bool> sInObriMode{false};
 
 void send(SCameraCommand command, int value)
 {
     auto bytes = encode(command, value);
-    cameraDeviceSetXu(sObriCam.fd, sCommandSelector, bytes.data(), static_cast<int>(bytes.size()));
+    cameraDeviceSetXu(obriCam().fd, sCommandSelector, bytes.data(), static_cast<int>(bytes.size()));
 }
 
 /// The camera packs 12-bit pixels at these widths: four pixels travel as three 16-bit words.
@@ -34,28 +32,23 @@ int driverWidth(int w)
 /// A recording has one geometry.
 void endRecordingOfOtherSize(int w, int h)
 {
-    if (!getIsRecording() || (w == sObriCam.w && h == sObriCam.h))
+    if (!getIsRecording() || (w == obriCam().w && h == obriCam().h))
         return;
     sayTrouble('W', "The resolution changes: the recording ends here");
-    m_frameProcessor->StopRecording();
+    stopRecording();
 }
 
 void changeFormat(int w, int h)
 {
     const int requestedWidth = driverWidth(w);
-    if (cameraDeviceSetFormat(sObriCam.fd, requestedWidth, h) < 0)
+    if (cameraDeviceSetFormat(obriCam().fd, requestedWidth, h) < 0)
         endOnFailure("Format change failed, exiting...", errno);
-    storeShared(sObriCam.w, w);
-    storeShared(sObriCam.wCompact, requestedWidth);
-    storeShared(sObriCam.h, h);
+    storeShared(obriCam().w, w);
+    storeShared(obriCam().wCompact, requestedWidth);
+    storeShared(obriCam().h, h);
 }
 
 } // namespace
-
-SVideoDevice& obriCam()
-{
-    return sObriCam;
-}
 
 void setObriMode(int en)
 {
@@ -70,7 +63,7 @@ void leaveObriMode()
         return;
     printf("setObriMode: en=%d\n", 0);
     auto bytes = encode(sObriModeCommand, 0);
-    cameraDeviceTrySetXu(sObriCam.fd, sCommandSelector, bytes.data(), static_cast<int>(bytes.size()));
+    cameraDeviceTrySetXu(obriCam().fd, sCommandSelector, bytes.data(), static_cast<int>(bytes.size()));
 }
 
 void setResolution(int w, int h)
@@ -90,7 +83,7 @@ void setExposureTime(int ms)
 {
     printf("setExposureTime: ms=%d\n", ms);
     send(sExposureCommand, ms);
-    noteExposureTime(ms);
+    streamWatch().noteExposureTime(ms);
 }
 
 void setGain(int dB)
@@ -115,13 +108,13 @@ void setInvertMode(int active)
 {
     printf("setInvertMode: active=%d\n", active);
     send(sInvertCommand, active);
-    storeShared(sObriCam.invertImage, active);
+    storeShared(obriCam().invertImage, active);
 }
 
 void setFpnMode(int active)
 {
     printf("setFpnMode: active=%d\n", active);
-    storeShared(sObriCam.applyNoiseCorrection, active);
+    storeShared(obriCam().applyNoiseCorrection, active);
 }
 
 void setFlipMode(int m)
@@ -133,7 +126,7 @@ void setFlipMode(int m)
 void setShowPcTime(int active)
 {
     printf("setShowPcTime: active=%d\n", active);
-    storeShared(sObriCam.showPcTime, active);
+    storeShared(obriCam().showPcTime, active);
 }
 
 void setOverlayMode(int m)

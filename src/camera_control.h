@@ -1,6 +1,6 @@
 #pragma once
 
-#include "device.h"
+#include "ObriCam.h"
 #include <array>
 #include <cstdint>
 
@@ -22,9 +22,6 @@ void setOverlayMode(int m); ///< 0..3; anything else switches both parts off
 
 /// Takes the camera out of the program's control while the process ends: a failure is ignored. Any thread.
 void leaveObriMode();
-
-/// The one camera record of the process.
-SVideoDevice& obriCam();
 
 // The commands on the wire: five bytes for control 5 of the extension unit, the code and its argument; unused bytes
 // are zero.

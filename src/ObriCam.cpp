@@ -1,0 +1,7 @@
+#include "ObriCam.h"
+
+SVideoDevice& obriCam()
+{
+    static constinit SVideoDevice sObriCam{};
+    return sObriCam;
+}
