@@ -1,10 +1,14 @@
 #include "FrameProcessing.h"
 
+#include "BinaryOverlay.h"
+#include "CameraStatus.h"
 #include "DateTime.h"
 #include "Font.h"
+#include "OverlayRow.h"
 #include "PixelKernels.h"
 #include "PixelReference.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -138,6 +142,47 @@ TEST_P(OnEveryLevel, EveryStepEqualsTheReference)
                     frame.expectSame();
                     ASSERT_FALSE(HasFailure()) << width << " x " << height;
                 }
+}
+
+TEST_P(OnEveryLevel, SamplesAreTakenApartAsTheCameraPacksThem)
+{
+    // One register of either level and more, so that no sample is left to the plain loop alone.
+    constexpr int sGroups = 5, sWidth = sGroups * 8;
+    uint16_t pixels[sWidth] = {}, zeros[sWidth] = {};
+    const uint8_t group[] = {0x31, 0x12, 0x42, 0x23, 0x55, 0x34, 0x66, 0x45, 0x77, 0x56, 0x88, 0x67};
+    std::vector<uint8_t> raw;
+    for (int i = 0; i < sGroups; ++i)
+        raw.insert(raw.end(), std::begin(group), std::end(group));
+    FrameProcessing(sWidth, 1, 1, pixels, zeros, zeros).DecodeFrame(raw.data());
+    const auto* decoded = reinterpret_cast<const uint16_t(*)[8]>(pixels);
+    for (int i = 0; i < sGroups; ++i)
+        EXPECT_THAT(decoded[i], testing::ElementsAre(0x1230, 0x2340, 0x3410, 0x4520, 0x5550, 0x6660, 0x6770, 0x7880));
+
+    raw.clear();
+    for (int i = 0; i < sWidth; ++i)
+        raw.insert(raw.end(), {0xBC, 0xFA}); // the high nibble is nobody's
+    FrameProcessing(sWidth, 1, 0, pixels, zeros, zeros).DecodeFrame(raw.data());
+    EXPECT_THAT(pixels, testing::Each(0xBCA0));
+}
+
+TEST(FrameOverlay, IsReadFromTheLastRowAtEveryBaseInsideTheFrame)
+{
+    for (const int base : {0, 1, -2})
+        for (const int height : {1, 2}) {
+            OverlayRow row(base, 5);
+            Frame frame(150, height, 0, EContent::Black);
+            // Also where the two words before the row are not the frame's.
+            std::copy_n(row.row() - 2, 150, &frame.pixels[sMargin + static_cast<size_t>(height - 1) * 150] - 2);
+            libobribase::BinaryOverlay overlay;
+            libobribase::CameraStatus status;
+            frame.processing.UpdateBinaryOverlay(&overlay);
+            frame.processing.UpdateCameraStatus(&overlay, &status);
+            const bool isInside = base >= 0 || height > 1;
+            EXPECT_EQ(overlay.m_isValid, isInside) << base;
+            EXPECT_EQ(overlay.m_frameId, isInside ? 0x01020304u : 0u);
+            EXPECT_EQ(status.m_systemTime, overlay.m_fromTime);
+            EXPECT_EQ(status.m_updateCount, 1);
+        }
 }
 
 TEST(PcTime, IsDrawnInTheTopLeftCorner)
