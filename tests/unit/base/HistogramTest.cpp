@@ -74,6 +74,31 @@ TEST_F(HistogramModel, StretchIsTheDefinitionForEveryPixelValue)
     EXPECT_EQ(histogram.GetLowDragger().value, histogram.GetHighDragger().value);
 }
 
+TEST_F(HistogramModel, HandlesAndPlotLieWhereTheyAreDefined)
+{
+    histogram.SetContainerSize(424, 114); // plot: 400 x 100 at (12, 2)
+    const auto boxes = [this] {
+        std::vector<int> corners;
+        for (const auto* dragger :
+             {&histogram.GetLowDragger(), &histogram.GetHighDragger(), &histogram.GetMidDragger()}) {
+            const Rect box = dragger->GetRect();
+            EXPECT_EQ(box.w, 10);
+            EXPECT_EQ(box.h, 10);
+            corners.insert(corners.end(), {box.x, box.y});
+        }
+        return corners;
+    };
+    EXPECT_EQ(boxes(), (std::vector{2, 102, 412, 102, 2, 102 - 49}));
+    for (const auto& [x, y] : {std::pair{11, 50}, {400, 50}, {100, 1}, {100, 94}})
+        EXPECT_EQ(histogram.OnMouseClick(x, y, 0), 0);
+    EXPECT_EQ(histogram.GetTitleString(), "0 - 65535"); // all beside the field for clicks
+    EXPECT_EQ(histogram.OnMouseClick(399, 93, 1), 0);
+    EXPECT_EQ(histogram.OnMouseClick(112, 2, 0), 0);
+    EXPECT_EQ(histogram.GetTitleString(), "16383 - 63405"); // 100 and 387 of 400 pixels
+    EXPECT_EQ(boxes(), (std::vector{101, 102, 398, 102, 2, 53}));
+    EXPECT_EQ(histogram.OnContinueDrag(300, 50), 0); // nothing is held
+}
+
 TEST_F(HistogramModel, AutomaticBoundsKeepThePercentageInside)
 {
     commit({{100, 10}, {200, 80}, {300, 10}});
@@ -92,6 +117,9 @@ TEST_F(HistogramModel, AutomaticBoundsKeepThePercentageInside)
         histogram.SetInvertedMode(1);
         EXPECT_EQ(histogram.GetTitleString(), twice ? "0 - 1024" : "64511 - 65535");
     }
+    EXPECT_EQ(histogram.UpdateHistoBins(), 0);
+    histogram.ClearHistoBuffer();
+    EXPECT_EQ(histogram.GetHistoBin(1023), 0u);
 }
 
 // A handle that was once stopped by the other one must not stay held there: presets move both.
