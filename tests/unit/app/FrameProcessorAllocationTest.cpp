@@ -52,6 +52,8 @@ class FrameAllocations : public FrameProcessorSite {};
 TEST_F(FrameAllocations, AreSmallStringsOnly)
 {
     setSize(816, 620);
+    cam.applyNoiseCorrection = cam.showPcTime = 1;
+    processor.SetShowPixelOverflow(true);
     frames(3);
     processor.StartRecordingAdv();
     for (bool recording : {true, false}) {

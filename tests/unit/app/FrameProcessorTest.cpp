@@ -119,6 +119,20 @@ TEST_F(FrameSteps, GpsLogGetsOneRowAMinute)
     EXPECT_EQ(countOf(readFile(filesIn(".").at(0)), "\r"), 1 + 3);
 }
 
+TEST_F(FrameSteps, LogTellsTheCamerasModeAndEveryHundredFramesWhatStagesTook)
+{
+    setSize(176, 8);
+    const std::string log = loggedBy([&] {
+        setMode(2, 1u << 21);
+        frames(2);
+        setMode(2);
+        frames(198);
+    });
+    EXPECT_EQ(countOf(log, "  I Camera high resolution mode switching to  0\n"), 2);
+    EXPECT_EQ(countOf(log, "  I PERF "), 2);
+    EXPECT_THAT(log, testing::ContainsRegex("  I PERF( +-?[0-9]+\\.[0-9]){7}\n"));
+}
+
 TEST_F(FrameSteps, LineNoiseGoesExceptFromTheRowsKept)
 {
     const auto striped = [](int y) { return static_cast<uint16_t>(0x4000 + (y % 2 ? 0x80 : 0)); };
