@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <cstddef>
-#include <iterator>
 
 namespace libobribase {
 
@@ -45,36 +44,13 @@ void colourAndCountRun(const uint16_t* values, uint32_t* rgb, int count, const u
 
 } // namespace
 
-PixelHistogram::PixelHistogram(uint64_t* bins) : m_bins(bins)
-{
-    std::fill_n(bins, sBins, 0);
-}
-
-PixelHistogram::Tables& PixelHistogram::tablesFor(int pixels)
-{
-    if (pixels > sLongestRun - m_counted)
-        addUp();
-    m_counted += pixels;
-    return m_tables;
-}
-
-void PixelHistogram::addUp()
-{
-    for (auto& table : m_tables) {
-        for (int bin = 0; bin < sBins; ++bin)
-            m_bins[bin] += table[bin];
-        std::fill(std::begin(table), std::end(table), 0);
-    }
-    m_counted = 0;
-}
-
 void colourPixels(const uint16_t* pixels, uint32_t* rgb, int count, const uint32_t* colours, PixelHistogram* histogram)
 {
     if (!histogram)
         return colourRun(pixels, rgb, count, colours);
     for (int i = 0; i < count; i += PixelHistogram::sLongestRun) {
         const int run = std::min(count - i, PixelHistogram::sLongestRun);
-        colourAndCountRun<6>(pixels + i, rgb + i, run, colours, histogram->tablesFor(run));
+        colourAndCountRun<PixelHistogram::sBinShift>(pixels + i, rgb + i, run, colours, histogram->tablesFor(run));
     }
 }
 
@@ -83,6 +59,8 @@ SampleColours::SampleColours(const uint32_t* colours, bool showOverflow, bool in
     for (int sample = 0; sample < sSamples; ++sample) {
         const int pixel = sample << 4;
         m_colours[sample] = showOverflow ? markedColour(colours[pixel], pixel, inverted) : colours[pixel];
+        m_greys[sample] = static_cast<uint8_t>(m_colours[sample]);
+        m_areGreys &= m_colours[sample] == m_greys[sample] * sGreyStep;
     }
 }
 
@@ -91,10 +69,12 @@ bool SampleColours::colourPixels(const uint16_t* pixels, uint32_t* rgb, int coun
     uint16_t samples[sLongestRun];
     if (!pixelKernels().toSamples(pixels, samples, count))
         return false;
-    if (histogram)
-        colourAndCountRun<2>(samples, rgb, count, m_colours, histogram->tablesFor(count));
-    else
+    if (!histogram)
         colourRun(samples, rgb, count, m_colours);
+    else if (m_areGreys)
+        pixelKernels().shadeAndCount(samples, m_greys, rgb, count, histogram->tablesFor(count));
+    else
+        colourAndCountRun<sSampleBinShift>(samples, rgb, count, m_colours, histogram->tablesFor(count));
     return true;
 }
 

@@ -1,34 +1,16 @@
 #pragma once
 
+#include "PixelHistogram.h"
+
 #include <cstdint>
 
 namespace libobribase {
 
-/// Counts pixels in 1024 bins of 64 values each.
-///
-/// Four tables take turns: an increment would otherwise wait for the store of the one before whenever neighbours are
-/// alike. They do not lie a multiple of 4096 bytes apart, because then the processor takes the bins of one for those
-/// of another. Their counts are short, so that they leave room in the processor's first cache.
-class PixelHistogram {
-public:
-    static constexpr int sTables = 4, sBins = 1024;
-    static constexpr int sLongestRun = 65535; ///< pixels, which even a single bin could hold
-    using Tables = uint16_t[sTables][sBins + 32];
+/// Takes a 12-bit sample to the bin of its pixel.
+constexpr int sSampleBinShift = PixelHistogram::sBinShift - 4;
 
-    /// Starts at zero. bins receives sBins counts and is borrowed for the object's life.
-    explicit PixelHistogram(uint64_t* bins);
-
-    /// The tables to count at most sLongestRun pixels in, each pixel in one of them.
-    Tables& tablesFor(int pixels);
-
-    /// Brings the bins up to date.
-    void addUp();
-
-private:
-    uint64_t* m_bins;
-    Tables m_tables = {};
-    int m_counted = 0; ///< pixels in the tables
-};
+/// From one grey 0x00RRGGBB to the next.
+constexpr uint32_t sGreyStep = 0x010101;
 
 // Pixel values from which on a pixel counts as overflowing, bright or, in inverted images, dark.
 constexpr int sYellowAbove = 58981, sRedAbove = 64224;
@@ -55,7 +37,8 @@ public:
     static constexpr int sSamples = 4096;
     static constexpr int sLongestRun = 4096; ///< pixels
 
-    /// From the colours of all pixel values, for pixels that are marked if they overflow and showOverflow says so.
+    /// From the colours 0x00RRGGBB of all pixel values, for pixels that are marked if they overflow and showOverflow
+    /// says so.
     SampleColours(const uint32_t* colours, bool showOverflow, bool inverted);
 
     /// As colourPixels, for at most sLongestRun pixels whose low four bits are zero. False, with nothing done, when
@@ -64,6 +47,10 @@ public:
 
 private:
     uint32_t m_colours[sSamples];
+    /// The same where they are greys: a frame that holds every sample would otherwise drive the counts out of the
+    /// first cache.
+    uint8_t m_greys[sSamples];
+    bool m_areGreys = true;
 };
 
 } // namespace libobribase

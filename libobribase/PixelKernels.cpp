@@ -8,8 +8,9 @@ namespace libobribase {
 
 namespace {
 
-constexpr SPixelKernels sPortable{"portable",   plainDecodeUnpacked, plainDecodePacked, plainSumWithin,   plainIsZero,
-                                  plainCorrect, plainGrey,           plainToSamples,    plainMarkOverflow};
+constexpr SPixelKernels sPortable{"portable",         plainDecodeUnpacked, plainDecodePacked, plainSumWithin,
+                                  plainIsZero,        plainCorrect,        plainGrey,         plainToSamples,
+                                  plainShadeAndCount, plainMarkOverflow};
 
 std::vector<const SPixelKernels*> availableLevels()
 {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "PixelHistogram.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <vector>
@@ -43,6 +45,9 @@ struct SPixelKernels {
     void (*grey)(const uint16_t* pixels, uint32_t* rgb, int count);
     /// Takes pixels to the camera's 12-bit samples, and says whether none had any of the four bits that get lost.
     bool (*toSamples)(const uint16_t* pixels, uint16_t* samples, int count);
+    /// Looks the greys of 12-bit samples up in a table of 4096, and counts the pixels that they come from.
+    void (*shadeAndCount)(const uint16_t* samples, const uint8_t* greys, uint32_t* rgb, int count,
+                          PixelHistogram::Tables& tables);
     /// Gives the colours of count pixels the marks of markedColour.
     void (*markOverflow)(const uint16_t* pixels, uint32_t* rgb, int count, bool inverted);
 };

@@ -67,6 +67,18 @@ struct SAvx2 {
         return _mm256_inserti128_si256(_mm256_castsi128_si256(first), _mm_srli_si128(second, 4), 1);
     }
 
+    static void storeFour(uint32_t* rgb, __m128i greys) { _mm_storeu_si128(reinterpret_cast<__m128i*>(rgb), greys); }
+    /// Four greys from their levels.
+    static __m128i greys(int a, int b, int c, int d)
+    {
+        __m128i levels = _mm_cvtsi32_si128(a);
+        levels = _mm_insert_epi8(levels, b, 1);
+        levels = _mm_insert_epi8(levels, c, 2);
+        levels = _mm_insert_epi8(levels, d, 3);
+        const __m128i spread = _mm_setr_epi8(0, 0, 0, -1, 1, 1, 1, -1, 2, 2, 2, -1, 3, 3, 3, -1);
+        return _mm_shuffle_epi8(levels, spread);
+    }
+
     /// The lanes' sum, of 32-bit numbers without sign.
     static uint64_t sum32(Word a)
     {

@@ -58,6 +58,15 @@ struct SSse2 {
         return _mm_unpacklo_epi64(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(raw)), _mm_cvtsi32_si128(last));
     }
 
+    static void storeFour(uint32_t* rgb, __m128i greys) { _mm_storeu_si128(reinterpret_cast<__m128i*>(rgb), greys); }
+    /// Four greys from their levels.
+    static __m128i greys(int a, int b, int c, int d)
+    {
+        const __m128i levels = _mm_cvtsi32_si128(a | b << 8 | c << 16 | d << 24);
+        const __m128i pairs = _mm_unpacklo_epi8(levels, levels);
+        return _mm_and_si128(_mm_unpacklo_epi16(pairs, pairs), _mm_set1_epi32(0x00FFFFFF));
+    }
+
     /// The lanes' sum, of 32-bit numbers without sign.
     static uint64_t sum32(Word a)
     {

@@ -240,6 +240,27 @@ bool toSamples(const uint16_t* pixels, uint16_t* samples, int count)
     return V::isZero(V::both(found, V::all(0x000F)));
 }
 
+template <class V>
+void shadeAndCount(const uint16_t* samples, const uint8_t* greys, uint32_t* rgb, int count,
+                   PixelHistogram::Tables& tables)
+{
+    auto& [t0, t1, t2, t3] = tables;
+    const auto bin = [](size_t sample) { return sample >> sSampleBinShift; };
+    int i = 0;
+    // Eight a round: the loads of one need not wait for the stores of another, and greys leave in whole registers.
+    for (; i + 8 <= count; i += 8) {
+        const uint16_t* s = samples + i;
+        const size_t a = s[0], b = s[1], c = s[2], d = s[3], e = s[4], f = s[5], g = s[6], h = s[7];
+        const auto first = V::greys(greys[a], greys[b], greys[c], greys[d]);
+        const auto second = V::greys(greys[e], greys[f], greys[g], greys[h]);
+        ++t0[bin(a)], ++t1[bin(b)], ++t2[bin(c)], ++t3[bin(d)];
+        ++t0[bin(e)], ++t1[bin(f)], ++t2[bin(g)], ++t3[bin(h)];
+        V::storeFour(rgb + i, first);
+        V::storeFour(rgb + i + 4, second);
+    }
+    plainShadeAndCount(samples + i, greys, rgb + i, count - i, tables);
+}
+
 /// Bright pixels lose blue, the brightest green too.
 template <class V>
 void markBright(const uint16_t* pixels, uint32_t* rgb)
@@ -286,8 +307,8 @@ void markOverflow(const uint16_t* pixels, uint32_t* rgb, int count, bool inverte
 template <class V>
 constexpr SPixelKernels vectorKernels(const char* name)
 {
-    return {name,       decodeUnpacked<V>, decodePacked<V>, sumWithin<V>,   isZero<V>,
-            correct<V>, grey<V>,           toSamples<V>,    markOverflow<V>};
+    return {name,       decodeUnpacked<V>, decodePacked<V>, sumWithin<V>,     isZero<V>,
+            correct<V>, grey<V>,           toSamples<V>,    shadeAndCount<V>, markOverflow<V>};
 }
 
 } // namespace

@@ -115,7 +115,7 @@ inline void plainCorrect(uint16_t* pixels, const uint16_t* dark, const uint16_t*
 inline void plainGrey(const uint16_t* pixels, uint32_t* rgb, int count)
 {
     for (int i = 0; i < count; ++i)
-        rgb[i] = (pixels[i] >> 8) * 0x010101u;
+        rgb[i] = (pixels[i] >> 8) * sGreyStep;
 }
 
 inline bool plainToSamples(const uint16_t* pixels, uint16_t* samples, int count)
@@ -126,6 +126,25 @@ inline bool plainToSamples(const uint16_t* pixels, uint16_t* samples, int count)
         found |= pixels[i];
     }
     return (found & 0x000F) == 0;
+}
+
+inline void plainShadeAndCount(const uint16_t* samples, const uint8_t* greys, uint32_t* rgb, int count,
+                               PixelHistogram::Tables& tables)
+{
+    auto& [t0, t1, t2, t3] = tables;
+    const auto bin = [](size_t sample) { return sample >> sSampleBinShift; };
+    int i = 0;
+    // Four a round: the loads of one need not wait for the stores of another.
+    for (; i + 4 <= count; i += 4) {
+        const size_t a = samples[i], b = samples[i + 1], c = samples[i + 2], d = samples[i + 3];
+        const uint32_t ga = greys[a], gb = greys[b], gc = greys[c], gd = greys[d];
+        ++t0[bin(a)], ++t1[bin(b)], ++t2[bin(c)], ++t3[bin(d)];
+        rgb[i] = ga * sGreyStep, rgb[i + 1] = gb * sGreyStep, rgb[i + 2] = gc * sGreyStep, rgb[i + 3] = gd * sGreyStep;
+    }
+    for (; i < count; ++i) {
+        rgb[i] = greys[samples[i]] * sGreyStep;
+        ++t0[bin(samples[i])];
+    }
 }
 
 inline void plainMarkOverflow(const uint16_t* pixels, uint32_t* rgb, int count, bool inverted)

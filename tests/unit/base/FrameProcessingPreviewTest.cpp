@@ -128,6 +128,11 @@ TEST_P(Preview, OfLargeFramesOfSamplesEqualsTheReference)
             if (i < m_pixels.size() / 2 || i % 5000 > 0)
                 m_pixels[i] &= 0xFFF0;
         expectTheReferenceInEveryMode({.rawColumns = 1});
+        for (auto& colour : m_curve) // what the stretch makes goes another way
+            colour = (colour & 0xFF) * 0x010101;
+        expectTheReferenceInEveryMode({.rawColumns = 1});
+        m_curve[123 << 4] ^= 0x100;
+        expectTheReferenceInEveryMode({});
     }
 }
 
