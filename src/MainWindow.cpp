@@ -54,6 +54,7 @@ MainWindow::MainWindow(SUiFunctions* uiFunctions) : functions(uiFunctions)
     add(*mainVbox);
     prepareStyling();
     set_title("OBRI Cam Control - v0.3.0");
+    set_icon_name("org.obricam.camctl");
     set_border_width(10);
     set_default_size(1200, 1000);
     fitIntoMonitor();
@@ -259,7 +260,10 @@ void MainWindow::prepareStyling()
 /// The default size is made for a large screen; on a smaller one the window begins as large as fits.
 void MainWindow::fitIntoMonitor()
 {
-    const auto monitor = Gdk::Display::get_default()->get_monitor(0);
+    const auto display = Gdk::Display::get_default();
+    auto monitor = display->get_primary_monitor();
+    if (!monitor)
+        monitor = display->get_monitor(0); // not every desktop has a primary one
     if (!monitor)
         return;
     Gdk::Rectangle area;

@@ -27,6 +27,16 @@ protected:
     bool isMarkedInvalid(const char* id) { return find<Gtk::Entry>(id).get_style_context()->has_class("error"); }
 };
 
+TEST_F(Controls, SitInAWindowThatFitsALaptop)
+{
+    EXPECT_EQ(window->get_title(), "OBRI Cam Control - v0.3.0");
+    int width = 0, height = 0;
+    window->get_default_size(width, height);
+    EXPECT_EQ(std::make_pair(width, height), std::make_pair(1200, 1000));
+    gtk_widget_get_preferred_height(GTK_WIDGET(window->gobj()), &height, nullptr);
+    EXPECT_LE(height, 700) << "a laptop of 768 lines has a panel and a title bar, too";
+}
+
 TEST_F(Controls, BoxesSendTheirRow)
 {
     struct SCase {
@@ -56,6 +66,7 @@ TEST_F(Controls, CheckBoxesSendTheirState)
     EXPECT_THAT(toggle("btnHighGain"), ElementsAre("setHighGainMode 1"));
     EXPECT_THAT(toggle("btnNoiseReduction"), ElementsAre("setFpnMode 1"));
     EXPECT_THAT(toggle("btnPcTime"), ElementsAre("setShowPcTime 1"));
+    EXPECT_THAT(toggle("btnPreviewCrosshairs"), IsEmpty()) << "the cross always shows";
 }
 
 TEST_F(Controls, InvertAlsoMirrorsTheBounds)
