@@ -13,7 +13,8 @@ void setText(Gtk::Label* label, const std::string& text)
     if (label->get_text().raw() == text)
         return;
     label->set_text(text);
-    label->set_tooltip_text(text); // whole, where the label is cut short
+    if (label->get_ellipsize() != Pango::ELLIPSIZE_NONE)
+        label->set_tooltip_text(text); // whole, where the label may be cut short
 }
 
 } // namespace
@@ -28,8 +29,9 @@ StatusView::StatusView(const Glib::RefPtr<Gtk::Builder>& builder)
 {
 }
 
-void StatusView::show(const SStreamStatus& status)
+void StatusView::show(SStreamStatus status)
 {
+    status.recording.bytesPerSecond = m_rate.at(status.recording);
     setText(m_camera, cameraText(status));
     setText(m_gps, gpsText(status));
     setText(m_counters, countersText(status));
@@ -54,12 +56,13 @@ void StatusView::showRecording(const SStreamStatus& status)
 void StatusView::showWarning(const SStreamStatus& status, const SDiskRoom& room)
 {
     const auto now = std::chrono::steady_clock::now();
-    if (status.lastTrouble != m_trouble) {
-        m_trouble = status.lastTrouble;
+    if (status.troublesSoFar != m_troublesSeen) {
+        m_troublesSeen = status.troublesSoFar;
         m_troubleUntil = now + sTroubleShown;
     }
     std::string text = warningText(status, room);
-    if (now < m_troubleUntil && !m_trouble.empty())
-        text = m_trouble + (text.empty() ? "" : "; ") + text;
+    if (now < m_troubleUntil)
+        text = status.lastTrouble + (text.empty() ? "" : "; ") + text;
     setText(m_warning, text);
+    m_warning->set_visible(!text.empty());
 }

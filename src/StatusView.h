@@ -1,5 +1,6 @@
 #pragma once
 
+#include "RecordingRate.h"
 #include "StatusViewTexts.h"
 #include "StreamStatus.h"
 
@@ -15,7 +16,7 @@ public:
     explicit StatusView(const Glib::RefPtr<Gtk::Builder>& builder);
 
     /// Shows a status, and what the disk has to say about it.
-    void show(const SStreamStatus& status);
+    void show(SStreamStatus status);
 
 private:
     void showRecording(const SStreamStatus& status);
@@ -28,6 +29,7 @@ private:
     Gtk::Label* m_warning;
     Gtk::Box* m_recordingRow;
     bool m_wasRecording = false;
-    std::string m_trouble; // the latest, shown for a while
+    RecordingRate m_rate;
+    uint64_t m_troublesSeen = 0; // the latest is shown for a while
     std::chrono::steady_clock::time_point m_troubleUntil;
 };

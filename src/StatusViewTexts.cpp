@@ -3,8 +3,10 @@
 #include "TextFormat.h"
 
 #include <algorithm>
+#include <linux/magic.h>
 #include <sys/resource.h>
 #include <sys/statvfs.h>
+#include <sys/vfs.h>
 
 using libobribase::formatFixed;
 
@@ -14,6 +16,25 @@ constexpr double sShortMinutes = 10;            // less room than this is worth 
 constexpr uint64_t sShortBytes = 2'000'000'000; // the same while nothing is recording
 constexpr int sFixComplete = 3;                 // both low bits of the fix state
 constexpr double sKilo = 1e3, sMega = 1e6, sGiga = 1e9;
+
+/// Whether frames come: what the latest one said still holds.
+bool isLive(const SStreamStatus& status)
+{
+    return status.cameraConnected && status.streaming && status.framesSeen > 0;
+}
+
+/// Bytes that a file may have in a folder, by its file system and by the process's limits; 0: as many as there are.
+uint64_t fileSizeLimitIn(const char* folder)
+{
+    uint64_t limit = UINT64_MAX;
+    struct statfs fileSystem {};
+    if (statfs(folder, &fileSystem) == 0 && fileSystem.f_type == MSDOS_SUPER_MAGIC)
+        limit = UINT32_MAX; // memory sticks come formatted so
+    rlimit process{};
+    if (getrlimit(RLIMIT_FSIZE, &process) == 0 && process.rlim_cur != RLIM_INFINITY)
+        limit = std::min<uint64_t>(limit, process.rlim_cur);
+    return limit == UINT64_MAX ? 0 : limit;
+}
 
 std::string counted(uint64_t count, const char* one, const char* many)
 {
@@ -37,7 +58,7 @@ std::string minutesText(double minutes)
     return formatFixed(minutes, 0) + " min left";
 }
 
-/// Bytes that the recording's file may still grow by under the process's limit; all there are without one.
+/// Bytes that the recording's file may still grow by under the limit for one file; all there are without one.
 uint64_t roomUnderLimit(const SRecordingStatus& recording, const SDiskRoom& room)
 {
     // A sequence starts another file with every frame.
@@ -69,9 +90,7 @@ SDiskRoom readDiskRoom(const char* folder)
         room.known = true;
         room.freeBytes = uint64_t{fileSystem.f_bavail} * fileSystem.f_frsize;
     }
-    rlimit limit{};
-    if (getrlimit(RLIMIT_FSIZE, &limit) == 0 && limit.rlim_cur != RLIM_INFINITY)
-        room.fileSizeLimit = limit.rlim_cur;
+    room.fileSizeLimit = fileSizeLimitIn(folder);
     return room;
 }
 
@@ -84,6 +103,8 @@ std::string gpsText(const SStreamStatus& status)
 {
     if (status.framesSeen == 0)
         return "Status";
+    if (!isLive(status))
+        return "Not streaming";
     std::string text = status.fixState == 0 ? "No GPS fix"
                        : (status.fixState & sFixComplete) == sFixComplete
                            ? "GPS fix"
@@ -123,7 +144,7 @@ std::string recordingText(const SRecordingStatus& recording, const SDiskRoom& ro
 std::string warningText(const SStreamStatus& status, const SDiskRoom& room)
 {
     std::string text = spaceWarning(status, room);
-    if (status.streaming && status.framesSeen > 0 && !status.timeValid)
+    if (isLive(status) && !status.timeValid)
         text += (text.empty() ? "" : "; ") + std::string("Camera time is not valid");
     return text;
 }

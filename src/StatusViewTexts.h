@@ -11,14 +11,15 @@
 struct SDiskRoom {
     bool known = false;
     uint64_t freeBytes = 0;
-    uint64_t fileSizeLimit = 0; ///< bytes that one file of this process may have; 0: no limit
+    uint64_t fileSizeLimit = 0; ///< bytes that one file may have; 0: no limit
 };
 
-/// Asks the file system of a folder and the process's limits.
+/// Asks the file system of a folder (FAT holds no file of 4 GiB) and the process's limits.
 SDiskRoom readDiskRoom(const char* folder);
 
-std::string cameraText(const SStreamStatus& status);   ///< the camera's name, or "Not connected"
-std::string gpsText(const SStreamStatus& status);      ///< fix, satellites, temperature; "Status" before a frame came
+std::string cameraText(const SStreamStatus& status); ///< the camera's name, or "Not connected"
+/// Fix, satellites, temperature; "Status" before a frame came, "Not streaming" when no more come.
+std::string gpsText(const SStreamStatus& status);
 std::string countersText(const SStreamStatus& status); ///< frames, overlay errors, two lines; "Error counter" before
 
 /// Frames, seconds, file, frames lost, free space and minutes left of an active recording, in one line.

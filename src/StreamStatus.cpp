@@ -34,5 +34,8 @@ void updateStreamStatus(const std::function<void(SStreamStatus&)>& change)
 
 void reportTrouble(const std::string& line)
 {
-    updateStreamStatus([&](SStreamStatus& s) { s.lastTrouble = line; });
+    updateStreamStatus([&](SStreamStatus& s) {
+        s.lastTrouble = line;
+        ++s.troublesSoFar;
+    });
 }

@@ -39,7 +39,8 @@ struct SStreamStatus {
 
     SRecordingStatus recording;
 
-    std::string lastTrouble; ///< the latest thing that went wrong, in one line; empty when nothing did
+    std::string lastTrouble;    ///< the latest thing that went wrong, in one line; empty when nothing did
+    uint64_t troublesSoFar = 0; ///< tells the same trouble again from the one before
 };
 
 /// A copy of the status. Any thread.

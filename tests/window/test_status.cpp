@@ -1,3 +1,4 @@
+#include "RecordingRate.h"
 #include "StatusViewTexts.h"
 #include "WindowTest.h"
 
@@ -48,6 +49,8 @@ TEST(StatusTexts, BeginAsPlaceholdersAndThenTellTheTruth)
     EXPECT_EQ(gpsText(status), "No GPS fix, 1 satellite");
     status.fixState = 1;
     EXPECT_EQ(gpsText(status), "GPS fix incomplete (1), 1 satellite");
+    status.cameraConnected = false; // what the last frame said is the past's
+    EXPECT_EQ(gpsText(status), "Not streaming");
 }
 
 TEST(StatusTexts, ARecordingSaysHowLongItCanGoOn)
@@ -58,6 +61,27 @@ TEST(StatusTexts, ARecordingSaysHowLongItCanGoOn)
     EXPECT_THAT(recordingText(status, room(90 * sGigabyte, 5 * sGigabyte)), HasSubstr("less than a minute"))
         << "the file may grow by 1 GB only";
     EXPECT_EQ(recordingText(status, SDiskRoom{}), "recording.adv: 1200 frames, 95 s, 1 lost");
+}
+
+TEST(RecordingRate, FollowsAChangeOfTheExposure)
+{
+    RecordingRate rate;
+    SRecordingStatus recording;
+    EXPECT_EQ(rate.at(recording), 0);
+    const auto record = [&](int seconds, uint64_t bytesPerSecond) {
+        while (seconds-- > 0) {
+            recording.seconds += 1;
+            recording.bytesWritten += bytesPerSecond;
+            rate.at(recording);
+        }
+        return rate.at(recording);
+    };
+    EXPECT_DOUBLE_EQ(record(600, 1000), 1000);
+    EXPECT_DOUBLE_EQ(record(15, 50'000), (15 * 1000 + 15 * 50'000) / 30.0);
+    EXPECT_DOUBLE_EQ(record(15, 50'000), 50'000);
+    recording = {};
+    EXPECT_EQ(rate.at(recording), 0) << "another recording";
+    EXPECT_DOUBLE_EQ(record(1, 70), 70);
 }
 
 TEST(StatusTexts, WarnOfWhatEndangersARecordingOnly)
@@ -92,8 +116,8 @@ TEST_F(Status, LabelsFollowTheCamera)
     EXPECT_TRUE(says("lblCamera", "Not connected"));
     auto status = fullStatus();
     status.timeValid = false;
-    status.lastTrouble = "Writing recording.adv failed (No space left on device)";
     become(status);
+    reportTrouble("Writing recording.adv failed (No space left on device)");
     EXPECT_TRUE(says("lblCamera", "OBRI+CAM 42"));
     EXPECT_TRUE(says("lblStatus", "9 satellites"));
     EXPECT_TRUE(says("lblErrorCounter", "1 overlay error"));
