@@ -1,6 +1,6 @@
-#include <array>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <gio/gio.h>
@@ -26,16 +26,17 @@ protected:
     }
     ~BrokenResource() override { std::filesystem::remove_all(m_folder); }
 
-    /// The resource with one text replaced by another.
+    /// The resource with one text replaced by another, wherever it stands.
     void overlay(const std::string& name, const std::string& from, const std::string& to)
     {
         gsize size = 0;
         const auto bytes = Gio::Resource::lookup_data_global("/org/obricam/camctl/" + name);
         const auto* data = static_cast<const char*>(bytes->get_data(size));
         std::string text(data, size);
-        const size_t at = text.find(from);
-        ASSERT_NE(at, std::string::npos) << name << " has no " << from;
-        std::ofstream(m_folder / name) << text.replace(at, from.size(), to);
+        ASSERT_NE(text.find(from), std::string::npos) << name << " has no " << from;
+        for (size_t at = 0; (at = text.find(from, at)) != std::string::npos; at += to.size())
+            text.replace(at, from.size(), to);
+        std::ofstream(m_folder / name) << text;
     }
     /// Standard error and output of a process that builds the window; its status in m_status.
     std::string build()
@@ -58,14 +59,26 @@ protected:
 
 TEST_F(BrokenResource, EndsTheProcessWithItsMessage)
 {
-    const std::array<const char*, 4> cases[] = {
-        {"mainMenu.ui", "id=\"toolbar\"", "id=\"elsewhere\"", "no toolbar\n"},
-        {"mainWindow.ui", "GtkComboBoxText\" id=\"cmbFlip\"", "GtkComboBox\" id=\"cmbFlip\"", "no flip combo box\n"},
-        {"mainWindow.ui", "id=\"btnHisto99\"", "id=\"elsewhere\"", "Can't find button 'btnHisto99' in ui.\n"}};
-    for (const auto& [name, from, to, message] : cases) {
-        overlay(name, from, to);
-        EXPECT_THAT(build(), HasSubstr(message));
-        EXPECT_EQ(m_status, 255);
+    overlay("mainWindow.ui", "GtkComboBoxText\" id=\"cmbFlip\"", "GtkComboBox\" id=\"cmbFlip\"");
+    EXPECT_THAT(build(), HasSubstr("no flip combo box\n")) << "there, but another kind of widget";
+    const std::pair<const char*, const char*> messages[] = {{"toolbar", "no toolbar"},
+                                                            {"content", "no content"},
+                                                            {"cmbResolution", "no resolution combo box"},
+                                                            {"edtExpTime", "no edtExpTime"},
+                                                            {"cmbGain", "no gain combo box"},
+                                                            {"edtBlackLevel", "no edtBlackLevel"},
+                                                            {"cmbOverlay", "no overlay combo box"},
+                                                            {"cmbPreviewAspectRatio", "no aspect ratio combo box"},
+                                                            {"cmbPreviewZoomFactor", "no zoom factor combo box"},
+                                                            {"btnHighGain", "Can't find button 'btnHighGain' in ui."},
+                                                            {"btnHisto95", "Can't find button 'btnHisto95' in ui."},
+                                                            {"ctlHistogram", "no histogram drawing area"},
+                                                            {"glDrawingArea", "no OpenGL area"}};
+    for (const auto& [id, message] : messages) {
+        const std::string name = strcmp(id, "toolbar") == 0 ? "mainMenu.ui" : "mainWindow.ui";
+        overlay(name, id, "elsewhere"); // also where a label names it
+        EXPECT_THAT(build(), HasSubstr(std::string(message) + '\n'));
+        EXPECT_EQ(m_status, 255) << message;
         std::filesystem::remove(m_folder / name);
     }
 }
