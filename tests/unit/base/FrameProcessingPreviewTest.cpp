@@ -38,14 +38,18 @@ protected:
     }
     ~Preview() override { libobribase::choosePixelKernels(*libobribase::pixelLevels().back()); }
 
-    /// Pixels of which a quarter overflow either way, behind an odd start; zones of which a share in 3 is enabled.
+    /// Pixels of which a quarter overflow either way and a few lie at the very bounds of that, behind an odd start;
+    /// zones of which a share in 3 is enabled.
     void makeFrame(int width, int height, unsigned zoneShare = 2)
     {
+        constexpr uint16_t sBounds[] = {1311, 1312, 6554, 6555, 58981, 58982, 64224, 64225};
         m_width = width, m_height = height;
         m_pixels.resize(area() + 1);
         for (auto& pixel : m_pixels) {
             const auto level = static_cast<uint16_t>(m_random());
             pixel = level % 4 == 0 ? level % 8000 : level % 4 == 1 ? 65535 - level % 8000 : level;
+            if (level % 64 == 2)
+                pixel = sBounds[m_random() % std::size(sBounds)];
         }
         m_zones = ZoneMatrix(width, height);
         for (int y = 0; y <= height / 64; ++y)
