@@ -1,5 +1,6 @@
 #include "GpsLogger.h"
 #include "BinaryOverlay.h"
+#include "Log.h"
 #include "TemporaryFolder.h"
 
 #include <gtest/gtest.h>
@@ -34,6 +35,10 @@ TEST(GpsLogger, WritesOneHeaderADayAndOneRowACall)
     EXPECT_EQ(folder.textOf("obri_gps_log_"), "FrameNr;FromTime;ToTime;FixState;NofSats;AccuracyM;Lat;Lon;HeightM;"
                                               "DOPG;DOPP;DOPT;DOPV;DOPH\r" +
                                                   row + row);
+    logOpen(".", '/');
     EXPECT_FALSE(logger.Start(folder.path().string() + "/missing"));
+    logClose();
+    EXPECT_NE(folder.textOf("obri_app_log_").find("  E Failed to open CSV file for GPS status recording\n"),
+              std::string::npos);
     EXPECT_FALSE(logger.IsEnabled());
 }

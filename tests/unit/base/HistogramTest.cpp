@@ -97,14 +97,28 @@ TEST_F(HistogramModel, HandlesAndPlotLieWhereTheyAreDefined)
     EXPECT_EQ(histogram.GetTitleString(), "16383 - 63405"); // 100 and 387 of 400 pixels
     EXPECT_EQ(boxes(), (std::vector{101, 102, 398, 102, 2, 53}));
     EXPECT_EQ(histogram.OnContinueDrag(300, 50), 0); // nothing is held
+
+    press(histogram.GetMidDragger());
+    histogram.OnContinueDrag(50, 102);
+    histogram.OnReleaseDrag();
+    histogram.OnMouseClick(12, 50, 0);
+    EXPECT_EQ(boxes(), (std::vector{2, 102, 398, 102, 2, 102})); // low and mid on one another: mid is taken
+    press(histogram.GetLowDragger());
+    histogram.OnContinueDrag(200, 52);
+    EXPECT_EQ(histogram.GetTitleString(), "0 - 63405");
+    EXPECT_EQ(histogram.GetMidDragger().value, 32767);
 }
 
 TEST_F(HistogramModel, AutomaticBoundsKeepThePercentageInside)
 {
-    commit({{100, 10}, {200, 80}, {300, 10}});
-    histogram.SetHistoBounds(95); // two pixels beyond either bound: bin 99 is the last with none, 299 with 90
+    histogram.SetContainerSize(424, 114);
+    press(histogram.GetMidDragger());
+    histogram.OnContinueDrag(0, 20);
+    commit({{100, 2}, {110, 8}, {200, 80}, {300, 8}, {310, 2}});
+    histogram.SetHistoBounds(95); // two pixels beyond either bound: up to bin 109 there are 2, up to 309 there are 98
     EXPECT_EQ(histogram.GetTitleString(),
-              std::to_string(99 * 65535 / 1023) + " - " + std::to_string(299 * 65535 / 1023));
+              std::to_string(109 * 65535 / 1023) + " - " + std::to_string(309 * 65535 / 1023));
+    EXPECT_EQ(histogram.GetMidDragger().value, 32767);
     histogram.SetHistoBounds(100);
     EXPECT_EQ(histogram.GetHighDragger().value, 65535);
 
@@ -118,7 +132,9 @@ TEST_F(HistogramModel, AutomaticBoundsKeepThePercentageInside)
         EXPECT_EQ(histogram.GetTitleString(), twice ? "0 - 1024" : "64511 - 65535");
     }
     EXPECT_EQ(histogram.UpdateHistoBins(), 0);
-    histogram.ClearHistoBuffer();
+    histogram.GetHistoBuffer()->CommitWrite();
+    histogram.ClearHistoBuffer(); // also of what waits
+    EXPECT_EQ(histogram.UpdateHistoBins(), 0);
     EXPECT_EQ(histogram.GetHistoBin(1023), 0u);
 }
 
