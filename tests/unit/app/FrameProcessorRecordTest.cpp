@@ -1,6 +1,7 @@
 // What reaches a recording, and the averaged FITS files.
 
 #include "FrameProcessorSite.h"
+#include "SharedFlag.h"
 
 #include <gmock/gmock.h>
 
@@ -17,7 +18,7 @@ class KeepingWriter : public libobrifile::BaseWriter {
 public:
     struct SRecord {
         uint64_t length, datetime;
-        uint16_t firstPixel;
+        std::vector<uint16_t> image;
     };
     explicit KeepingWriter(FrameProcessor* provider, std::vector<SRecord>* out) : BaseWriter(provider), records(out)
     {
@@ -32,9 +33,9 @@ protected:
     void OnRecordHeader() override {}
     void OnRecordFrame(uint8_t* data, uint64_t length, uint64_t datetime) override
     {
-        uint16_t first = 0;
-        memcpy(&first, data, 2);
-        records->push_back({length, datetime, first});
+        std::vector<uint16_t> image(length / 2);
+        memcpy(image.data(), data, length);
+        records->push_back({length, datetime, std::move(image)});
     }
     void OnRecordTrailer() override {}
 };
@@ -63,6 +64,37 @@ TEST_F(FrameRecording, GoesOnWhenAnotherStepFails)
     EXPECT_TRUE(processor.IsRecording());
     EXPECT_EQ(records.size(), 2u);
     EXPECT_EQ(sPretended.released, 3);
+}
+
+// A frame that one of them took before its corrections would differ from what the others have.
+TEST_F(FrameRecording, EveryTakerGetsTheCorrectedAndStampedFrame)
+{
+    frame();
+    cam.applyNoiseCorrection = cam.showPcTime = 1;
+    cam.wCompact = cam.w * 3 / 4;
+    processor.SetShowPixelOverflow(true);
+    libobribase::storeShared(m_photometryTargetX, 204); // four columns of the time stamp, twelve beside it
+    libobribase::storeShared(m_photometryTargetY, 8);
+    for (int y = 0; y < cam.h; ++y)
+        std::fill_n(&pixel(0, y), cam.w, static_cast<uint16_t>(y % 2 ? 0x4080 : 0x4000));
+    record();
+    processor.StartRecordingSingleFits(0);
+    frame();
+    libobribase::storeShared(m_photometryTargetX, 0);
+    libobribase::storeShared(m_photometryTargetY, 0);
+
+    const auto at = [&](int x, int y) { return processor.decoded()[y * cam.w + x]; };
+    ASSERT_EQ(at(0, 0), 0); // the stamp's black
+    ASSERT_NEAR(at(220, 20), 0x4040, 2);
+    ASSERT_NEAR(at(220, 21), 0x4040, 2);
+    EXPECT_EQ(records.at(0).image, std::vector<uint16_t>(&processor.decoded()[0], &processor.decoded()[cam.w * cam.h]));
+    EXPECT_EQ(pixelInFile(readFile(filesIn("fits").at(0))), 0);
+    std::vector<uint16_t> window(256);
+    ASSERT_TRUE(processor.m_photometryBuffer->read(0, window.data()));
+    for (int i = 0; i < 256; ++i)
+        ASSERT_EQ(window[i], at(204 + i % 16, 8 + i / 16)) << i;
+    const auto stamp = sPretended.preview.begin();
+    EXPECT_GT(std::count(stamp, stamp + 16 * cam.w, 0xFFFFFFu), 100); // white, and not marked for overflow
 }
 
 TEST_F(FrameRecording, FramesCarryTheirStartTimeOrTheEpochWhenTheCameraHasNone)
@@ -96,8 +128,8 @@ TEST_F(FrameRecording, EveryNthFrameIsRecorded)
         frame();
     }
     ASSERT_EQ(records.size(), 3u);
-    EXPECT_EQ(records[0].firstPixel, 3 << 4);
-    EXPECT_EQ(records[2].firstPixel, 9 << 4);
+    EXPECT_EQ(records[0].image[0], 3 << 4);
+    EXPECT_EQ(records[2].image[0], 9 << 4);
     processor.m_stopRecording = 1;
     frames(4);
     EXPECT_EQ(records.size(), 3u);
@@ -145,12 +177,14 @@ TEST_F(FrameRecording, AverageOfFramesBecomesOneFile)
         ASSERT_TRUE(processor.StartRecordingAveragedFits(kind, 3));
         for (int value : {0x10, 0x20, 0x50}) { // mean 42.67, cut to 42
             EXPECT_TRUE(filesIn("fits").empty());
+            overlay.byte(13, value); // the start's second
             pixel(0, 0) = static_cast<uint16_t>(value);
             frame();
         }
         ASSERT_EQ(filesIn("fits").size(), 1u);
         const std::string file = readFile(filesIn("fits")[0]);
         EXPECT_EQ(pixelInFile(file), 42);
+        EXPECT_THAT(file, HasSubstr("T06:07:16.250"));
         EXPECT_THAT(file, HasSubstr(std::string("IMAGETYP= ") + type));
         EXPECT_EQ(countOf(file, "HISTORY = 'AVG_3'"), kind == 'P' ? 0 : 1);
         EXPECT_EQ(processor.m_processedFitsFiles.count(filesIn("fits")[0]), 1u);

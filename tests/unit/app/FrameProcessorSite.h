@@ -78,15 +78,31 @@ protected:
     }
     uint16_t& pixel(int x, int y) { return pixels[static_cast<size_t>(y) * static_cast<size_t>(cam.w) + x]; }
 
-    /// Sends the pixels as plain words, the overlay in their last row.
+    /// Sends the pixels as plain words or, where the camera is asked for fewer words than pixels, packed; the overlay
+    /// in their last row.
     void frame()
     {
         std::copy_n(overlay.row(), std::min(cam.w, 128), &pixel(0, cam.h - 1));
-        sPretended.raw.resize(pixels.size());
-        for (size_t i = 0; i < pixels.size(); ++i)
-            sPretended.raw[i] = static_cast<uint16_t>(pixels[i] >> 8 | (pixels[i] >> 4 & 0xF) << 8);
-        sPretended.bytesUsed = static_cast<int>(pixels.size() * 2);
+        sPretended.raw.clear();
+        if (cam.wCompact < cam.w)
+            for (size_t i = 0; i + 8 <= pixels.size(); i += 8)
+                packGroup(&pixels[i]);
+        else
+            for (const uint16_t p : pixels)
+                sPretended.raw.push_back(static_cast<uint16_t>(p >> 8 | (p >> 4 & 0xF) << 8));
+        sPretended.bytesUsed = static_cast<int>(sPretended.raw.size() * 2);
         process();
+    }
+    /// Eight pixels in six words.
+    static void packGroup(const uint16_t* p)
+    {
+        const int words[] = {p[0] | (p[2] >> 4 & 0xF),
+                             p[1] | (p[3] >> 4 & 0xF),
+                             (p[2] & 0xFF00) | (p[4] >> 4 & 0xFF),
+                             (p[3] & 0xFF00) | (p[5] >> 4 & 0xFF),
+                             (p[4] & 0xF000) | p[6] >> 4,
+                             (p[5] & 0xF000) | p[7] >> 4};
+        sPretended.raw.insert(sPretended.raw.end(), std::begin(words), std::end(words));
     }
     void frames(int count)
     {
