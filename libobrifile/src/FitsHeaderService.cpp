@@ -1,5 +1,7 @@
 #include "FitsHeaderService.h"
 
+#include <utility>
+
 namespace libobrifile {
 
 namespace {
@@ -36,9 +38,9 @@ void FitsHeaderService::WriteFitsHeaderData(int width, int height, IFileWriterAt
     provider->GetHeaderAttributes(attributes);
     provider->GetFrameAttributes(attributes);
     for (const auto& [attribute, key, evenIfEmpty] : sAttributes) {
-        const std::string& value = attributes[attribute];
+        std::string& value = attributes[attribute];
         if (evenIfEmpty || !value.empty())
-            m_headerData->SetValueForKey(key, value);
+            m_headerData->SetValueForKey(key, std::move(value));
     }
 }
 

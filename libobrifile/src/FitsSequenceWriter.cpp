@@ -67,7 +67,7 @@ void FitsSequenceWriter::WriteFitsFileDynamicHeader()
     std::map<std::string, std::string> attributes;
     m_attributesProvider->GetFrameAttributes(attributes);
     for (const char* key : {"DATE-OBS", "EXPTIME"})
-        m_fitsWriter->GetHeader()->SetValueForKey(key, attributes[key]);
+        m_fitsWriter->GetHeader()->SetValueForKey(key, std::move(attributes[key]));
 }
 
 } // namespace libobrifile

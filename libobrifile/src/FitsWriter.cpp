@@ -15,10 +15,12 @@ namespace libobrifile {
 
 namespace {
 const std::string gSpaces80(80, ' ');
-constexpr size_t sCardLength = 80, sBlockLength = 2880;
+constexpr size_t sKeyLength = 8, sCardLength = 80, sBlockLength = 2880;
 constexpr size_t sLongestFixedValue = 20, sLongestString = 68;
-constexpr char sDataFill = '/';                // not zero bytes, on purpose
-constexpr size_t sEncodedAtATime = 128 * 1024; // bytes: few system calls, and still in the cache when they copy
+constexpr char sDataFill = '/'; // not zero bytes, on purpose
+// Bytes that are encoded before they go on: into stdio's buffer while they are still in the processor's first cache,
+// or, of an image that does not fit there, to the system in pieces that the page cache takes at less cost a page.
+constexpr size_t sPieceToCopy = 8 * 1024, sPieceToWrite = 1024 * 1024;
 
 constexpr const char *sFixed = " ", *sQuoted = "";
 
@@ -101,9 +103,9 @@ void FitsWriter::WriteHeader(FILE* file, FitsHeaderData& header)
     WriteKeywordRecord(file, "BSCALE", "1.0", sFixed);
     WriteKeywordRecord(file, "BZERO", "32768", sFixed);
     for (const char* key : sOptionalKeys) {
-        const std::string value = header.GetValueForKey(key);
+        std::string value = header.GetValueForKey(key);
         if (!value.empty())
-            WriteKeywordRecord(file, key, value, sQuoted);
+            WriteKeywordRecord(file, key, std::move(value), sQuoted);
     }
     WriteKeywordRecord(file, "END", "", sQuoted);
     // 24 cards at most, so one block holds them.
@@ -116,8 +118,9 @@ void FitsWriter::WriteData(FILE* file, uint16_t* image, int width, int height)
 {
     if (width < 0 || height < 0)
         throw std::invalid_argument("FITS image of negative size");
-    const size_t columns = static_cast<size_t>(width);
-    const size_t rowsAtATime = std::max<size_t>(1, sEncodedAtATime / (columns * sizeof(uint16_t) + 1));
+    const size_t columns = static_cast<size_t>(width), rowBytes = columns * sizeof(uint16_t);
+    const bool isBuffered = rowBytes * static_cast<size_t>(height) + sBlockLength <= m_scratch->stream.size();
+    const size_t rowsAtATime = std::max<size_t>(1, (isBuffered ? sPieceToCopy : sPieceToWrite) / (rowBytes + 1));
     m_scratch->samples.resize(rowsAtATime * columns);
     uint16_t* samples = m_scratch->samples.data();
     for (size_t rowsLeft = static_cast<size_t>(height); rowsLeft != 0;) {
@@ -133,17 +136,23 @@ void FitsWriter::WriteData(FILE* file, uint16_t* image, int width, int height)
 
 void FitsWriter::WriteKeywordRecord(FILE* file, std::string key, std::string value, std::string comment)
 {
-    char card[256];
-    if (value.empty()) {
-        snprintf(card, sizeof card, "%-8s%s", key.c_str(), gSpaces80.c_str());
-    } else if (comment.empty()) {
-        const std::string quoted = GetFitsValue(value).substr(0, sLongestString);
-        snprintf(card, sizeof card, "%-8s= '%s'%s", key.c_str(), quoted.c_str(), gSpaces80.c_str());
-    } else {
-        const std::string fixed = GetFitsValue(value).substr(0, sLongestFixedValue);
-        snprintf(card, sizeof card, "%-8s= %20s /%s", key.c_str(), fixed.c_str(), gSpaces80.c_str());
+    // Put together by hand: twenty cards made by printf take as long as the pixels of a small image.
+    std::string card = std::move(key);
+    card.reserve(2 * sCardLength);
+    card.resize(std::max(card.size(), sKeyLength), ' ');
+    if (!value.empty()) {
+        value = GetFitsValue(std::move(value));
+        const bool isFixed = !comment.empty();
+        value.resize(std::min(value.size(), isFixed ? sLongestFixedValue : sLongestString));
+        card += isFixed ? "= " : "= '";
+        if (isFixed)
+            card.append(sLongestFixedValue - value.size(), ' ');
+        card += value;
+        card += isFixed ? " /" : "'";
     }
-    WriteString(file, std::string(card, sCardLength));
+    card += gSpaces80;
+    card.resize(sCardLength);
+    WriteString(file, std::move(card));
 }
 
 void FitsWriter::WriteString(FILE* file, std::string text)
@@ -153,7 +162,7 @@ void FitsWriter::WriteString(FILE* file, std::string text)
 
 std::string FitsWriter::GetFitsValue(std::string value)
 {
-    return libobribase::ReplaceString(value, "'", "''");
+    return libobribase::ReplaceString(std::move(value), "'", "''");
 }
 
 } // namespace libobrifile
