@@ -1,5 +1,6 @@
 #include "BufferQueue.h"
 
+#include <algorithm>
 #include <sys/mman.h>
 #include <unistd.h>
 
@@ -34,6 +35,13 @@ void BufferQueue::release()
     m_buffers.clear();
     m_queued.clear();
     m_done.clear();
+}
+
+bool BufferQueue::isNoneWithProgram() const
+{
+    return std::ranges::none_of(m_buffers, [](const SBuffer& buffer) {
+        return buffer.state == EBufferState::Done || buffer.state == EBufferState::Dequeued;
+    });
 }
 
 bool BufferQueue::queue(int index)

@@ -43,6 +43,8 @@ public:
     bool queue(int index);
     bool hasQueued() const { return !m_queued.empty(); }
     bool hasDone() const { return !m_done.empty(); }
+    /// The program has nothing to take and nothing to give back.
+    bool isNoneWithProgram() const;
     /// The next buffer to fill, or -1.
     int beginFilling();
     /// The filled buffer waits for the program.

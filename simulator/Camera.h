@@ -1,4 +1,5 @@
 #pragma once
+#include "Attendance.h"
 #include "BufferQueue.h"
 #include "Clock.h"
 #include "FaultCounter.h"
@@ -14,6 +15,7 @@
 #include <linux/videodev2.h>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <thread>
 #include <vector>
@@ -129,7 +131,7 @@ private:
     void fillBuffer(std::unique_lock<Monitor>& lock, const SExposure& exposure, int index);
     SFrameJob describeFrame(const SExposure& exposure) const;
     void lose(const SExposure& exposure);
-    void report(const SExposure& exposure, bool sent, uint64_t hash) const;
+    void report(const SExposure& exposure, bool sent, uint64_t hash, const std::optional<SBacklog>& loss = {}) const;
     void die();
     bool unplugIsDue() const;
     int64_t nextLookNs() const;
@@ -150,6 +152,7 @@ private:
     std::array<uint8_t, sCommandBytes> m_lastCommand{};
     const SSensorMode* m_mode;
     BufferQueue m_buffers;
+    Attendance m_attendance;
     int m_owner = -1; // the descriptor whose request made the buffers
 
     bool m_gone = false, m_streaming = false;

@@ -99,6 +99,7 @@ int Camera::queueBuffer(SHandle& handle, void* argument)
     if (!m_buffers.queue(index))
         return -EINVAL;
     m_buffers.at(index).damaged = false;
+    m_attendance.programGaveBack(m_buffers.isNoneWithProgram());
     describeBuffer(index, buffer);
     m_monitor.notifyAll();
     return 0;
@@ -135,6 +136,7 @@ int Camera::dequeueBuffer(SHandle& handle, void* argument)
     eventfd_t taken;
     eventfd_read(waiting.fd, &taken);
     describeBuffer(m_buffers.dequeue(), buffer);
+    m_attendance.programTook();
     return 0;
 }
 
@@ -162,6 +164,7 @@ int Camera::streamOn(SHandle& handle, void* argument)
     while (eventfd_read(handle.fd, &left) == 0) {
     }
     m_streaming = true;
+    m_attendance = {};
     startMaker();
     return 0;
 }

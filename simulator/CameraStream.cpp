@@ -149,13 +149,13 @@ bool Camera::waitForBuffer(const SExposure& exposure)
 void Camera::lose(const SExposure& exposure)
 {
     ++m_sequence;
-    report(exposure, false, 0);
+    report(exposure, false, 0, m_attendance.backlog());
 }
 
-void Camera::report(const SExposure& exposure, bool sent, uint64_t hash) const
+void Camera::report(const SExposure& exposure, bool sent, uint64_t hash, const std::optional<SBacklog>& loss) const
 {
     m_journal.frame({exposure.frameId, sent, exposure.startNs, exposure.endNs, m_mode->width, m_mode->height, hash,
-                     exposure.targetPart});
+                     exposure.targetPart, loss});
 }
 
 SFrameJob Camera::describeFrame(const SExposure& exposure) const
@@ -194,6 +194,7 @@ void Camera::fillBuffer(std::unique_lock<Monitor>& lock, const SExposure& exposu
     buffer.sequence = m_sequence++;
     buffer.timestampNs = monotonicNs();
     m_buffers.finishFilling(index);
+    m_attendance.frameFinished(m_clock.monotonicAt(exposure.readNs));
     signalFrame();
 }
 

@@ -34,7 +34,17 @@ void Journal::writeHeader(const SOptions& options, int64_t originNs) const
         m_frames.write("# occultation " + std::to_string(originNs + event.startNs) + " " +
                        std::to_string(originNs + event.startNs + event.durationNs) + " " +
                        std::to_string(event.periodNs));
-    m_frames.write("# frame sent|lost start end width height hash target");
+    m_frames.write("# frame sent|lost start end width height hash target [behind handled ran gap state]");
+}
+
+static std::string words(const std::optional<SBacklog>& loss)
+{
+    if (!loss)
+        return {};
+    char text[96];
+    snprintf(text, sizeof text, " %" PRId64 " %" PRId64 " %" PRId64 " %" PRId64 " %c", loss->behindNs, loss->handled,
+             loss->ranNs, loss->gapNs, loss->state);
+    return text;
 }
 
 void Journal::frame(const SFrameRecord& r) const
@@ -44,7 +54,7 @@ void Journal::frame(const SFrameRecord& r) const
     char text[160];
     snprintf(text, sizeof text, "%u %s %" PRId64 " %" PRId64 " %d %d %016" PRIx64 " ", r.frameId,
              r.sent ? "sent" : "lost", r.startNs, r.endNs, r.width, r.height, r.hash);
-    m_frames.write(text + decimal(r.targetPart));
+    m_frames.write(text + decimal(r.targetPart) + words(r.loss));
 }
 
 void Journal::pixels(uint32_t frameId, const std::vector<uint16_t>& pixels) const

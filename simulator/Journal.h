@@ -1,9 +1,11 @@
 #pragma once
+#include "Attendance.h"
 #include "LineLog.h"
 #include "Options.h"
 #include "Settings.h"
 
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <vector>
 
@@ -13,10 +15,11 @@ namespace obrisim {
 struct SFrameRecord {
     uint32_t frameId = 0;
     bool sent = false;
-    int64_t startNs = 0, endNs = 0; ///< UTC since 1970
-    int width = 0, height = 0;      ///< pixels
-    uint64_t hash = 0;              ///< FNV-1a of the decoded pixels; 0 when lost
-    double targetPart = 1.0;        ///< of the target's light
+    int64_t startNs = 0, endNs = 0;    ///< UTC since 1970
+    int width = 0, height = 0;         ///< pixels
+    uint64_t hash = 0;                 ///< FNV-1a of the decoded pixels; 0 when lost
+    double targetPart = 1.0;           ///< of the target's light
+    std::optional<SBacklog> loss = {}; ///< for want of a buffer
 };
 
 /// What a test wants to know afterwards: every frame, every command. Any thread.

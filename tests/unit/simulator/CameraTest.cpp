@@ -7,6 +7,7 @@
 #include <fstream>
 #include <gtest/gtest.h>
 #include <poll.h>
+#include <sstream>
 #include <sys/mman.h>
 #include <thread>
 #include <unistd.h>
@@ -165,6 +166,36 @@ TEST_F(SimulatedCamera, CommandsShowInTheNextFramesAndInTheLog)
         lines.push_back(line.substr(line.find(' ')));
     EXPECT_EQ(lines, (std::vector<std::string>{" 6e 18 00 00 00", " 69 00 05 00 00", " 71 01 00 00 00 failed 32",
                                                " 70 01 00 00 00"}));
+}
+
+// Fails when a program that sleeps while frames are lost could pass for one that was kept from running.
+TEST_F(SimulatedCamera, FrameLogSaysHowTheProgramWasDoingWhenAFrameWasLost)
+{
+    const std::string log = testing::TempDir() + "simulated-losses.log";
+    unlink(log.c_str());
+    plug({"--pace", "time", "--exposure", "10", "--frame-log", log});
+    start();
+    v4l2_buffer buffer;
+    ASSERT_EQ(take(buffer), 0); // the camera knows the program's thread by its visits
+    std::string line, lost;
+    for (int tenths = 0; tenths < 50 && lost.empty(); ++tenths) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(200));
+        for (std::ifstream file(log); std::getline(file, line);)
+            lost = line.find(" lost ") == std::string::npos ? lost : line;
+    }
+    std::istringstream words(lost);
+    std::string skipped, state;
+    int64_t id = 0, behind = 0, handled = -1, ran = -1, gap = 0;
+    words >> id;
+    for (int column = 0; column < 7; ++column)
+        words >> skipped;
+    words >> behind >> handled >> ran >> gap >> state;
+    EXPECT_GE(id, 6) << lost;
+    EXPECT_GE(behind, 50'000'000);
+    EXPECT_EQ(handled, 0);
+    EXPECT_LT(ran, 10'000'000);
+    EXPECT_GT(gap, 40'000'000);
+    EXPECT_EQ(state, "S");
 }
 
 TEST_F(SimulatedCamera, FrameLogAccountsForEveryFrame)
