@@ -20,7 +20,7 @@ using SysNs = std::chrono::sys_time<Nanoseconds>;
 constexpr SysNs s2010 = sys_days(2010y / 1 / 1);
 
 // The night of the test: camera seconds from switch-on to midnight, and when its GPS has a fix.
-constexpr int sMidnight = 15, sFixAfter = 13, sLoseFrom = 16, sLoseFor = 2, sEnd = 19;
+constexpr auto sMidnight = 13s, sFixAfter = 11s, sLoseFrom = 14s, sLoseFor = 2s, sEnd = 17s;
 
 struct SNight {
     const char* name;
@@ -95,9 +95,8 @@ int64_t systemTimeNs(SysNs start)
 bool hasFix(SysNs start, SysNs switchOn)
 {
     const auto passed = start - switchOn;
-    const bool isLost =
-        passed >= std::chrono::seconds(sLoseFrom) && passed < std::chrono::seconds(sLoseFrom + sLoseFor);
-    return passed >= std::chrono::seconds(sFixAfter) && !isLost;
+    const bool isLost = passed >= sLoseFrom && passed < sLoseFrom + sLoseFor;
+    return passed >= sFixAfter && !isLost;
 }
 
 void expectRecorded(const obriadv::SAdvFrame& frame, const SCameraTimes& sent, SysNs switchOn)
@@ -119,15 +118,13 @@ class NightOf : public testing::TestWithParam<SNight> {};
 TEST_P(NightOf, RecordsTimesAndFixAsTheCameraSentThem)
 {
     const SNight& night = GetParam();
-    const SysNs switchOn = sys_days(night.tomorrow) - std::chrono::seconds(sMidnight);
-    const auto unixSeconds = std::chrono::floor<std::chrono::seconds>(switchOn).time_since_epoch().count();
-    Program program(
-        {.simulator = {"--start-time", std::to_string(unixSeconds), "--gps-fix-after", std::to_string(sFixAfter),
-                       "--gps-lose", std::to_string(sLoseFrom) + "," + std::to_string(sLoseFor)}});
+    const std::chrono::sys_seconds switchOn = sys_days(night.tomorrow) - sMidnight;
+    const auto text = [](auto seconds) { return std::to_string(seconds.count()); };
+    Program program({.simulator = {"--start-time", text(switchOn.time_since_epoch()), "--gps-fix-after",
+                                   text(sFixAfter), "--gps-lose", text(sLoseFrom) + "," + text(sLoseFor)}});
     ASSERT_NO_FATAL_FAILURE(streamAt(program, sSmallSize));
     ASSERT_NO_FATAL_FAILURE(startRecording(program));
-    ASSERT_TRUE(
-        waitFor([&] { return cameraTimes(program).rbegin()->second.start > switchOn + Nanoseconds(sEnd * 1s); }));
+    ASSERT_TRUE(waitFor([&] { return cameraTimes(program).rbegin()->second.start > switchOn + sEnd; }));
     ASSERT_NO_FATAL_FAILURE(stopRecording(program));
     quit(program);
 
@@ -143,6 +140,8 @@ TEST_P(NightOf, RecordsTimesAndFixAsTheCameraSentThem)
         failures += !isInRange(at->second.start);
         fixChanges += n > 0 && frame.status.fixStatus != file.frames()[n - 1].status.fixStatus;
     }
+    if (hasFix(sent.at(file.frames().front().status.cameraFrameId).start, switchOn))
+        GTEST_SKIP() << "the machine is too slow: the night had begun before the recording";
     EXPECT_EQ(fixChanges, 3u) << "found, lost and found again";
 
     const std::string warning = "W Parsing camera timestamp failed, year:  " + std::to_string(night.failingYear) + "\n";

@@ -1,4 +1,4 @@
-#include "Program.h"
+#include "Observing.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -98,9 +98,7 @@ TEST(Inhibit, TheDesktopStaysAwakeWhileARecordingRuns)
 {
     const SessionManagerFake manager;
     Program program({.simulator = {"--pace", "buffers"}});
-    ASSERT_TRUE(program.waitForWindow());
-    ASSERT_TRUE(program.waitUntilEnabled("startRecordingAdv", Seconds(60)));
-    ASSERT_TRUE(program.waitForFrames(3));
+    ASSERT_NO_FATAL_FAILURE(streamAt(program, sFullSize));
     EXPECT_THAT(manager.inForce(), IsEmpty());
     program.activate("startRecordingAdv");
     EXPECT_TRUE(waitFor([&] { return manager.inForce() == std::vector{sLogoutSuspendIdle}; }));

@@ -17,8 +17,16 @@ struct SFrameSize {
     int width;
     int height;
 };
-constexpr SFrameSize sFullSize{"Full", 0, 1624, 1240};
-constexpr SFrameSize sSmallSize{"Small", 2, 176, 128};
+constexpr SFrameSize sSizes[] = {{"Full", 0, 1624, 1240},
+                                 {"Strip", 1, 1624, 128},
+                                 {"Small", 2, 176, 128},
+                                 {"Half", 3, 816, 620},
+                                 {"Quarter", 4, 408, 310}};
+constexpr SFrameSize sFullSize = sSizes[0], sSmallSize = sSizes[2];
+
+/// So many frames of a stream are more than the camera has buffers: it had one back before it could send the last of
+/// them, and the program gives a buffer back when it has done everything with the frame in it.
+constexpr size_t sFramesUntilProcessed = 6;
 
 // A sanitizer slows the program to a third: what must hold in real time holds for plain builds only.
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
@@ -32,7 +40,8 @@ constexpr bool sIsSanitized = false;
 /// Options for the simulated camera that run the program with a library ahead of all others it is loaded with.
 std::vector<std::string> loading(const std::string& library);
 
-/// True when the machine has so much else to do that nothing can be said about real time.
+/// True when others have taken so much of the machine since the last call of streamAt that nothing can be said about
+/// real time.
 bool isBusyElsewhere();
 
 /// True when the environment asks for the long forms of tests (OBRI_NIGHTLY).
@@ -40,14 +49,18 @@ bool isNightly();
 
 // The steps end a test with a fatal failure when the program does not follow.
 
-/// Waits for frames, then changes to the size and waits for the first frame of it.
+/// Waits for the stream, changes to the size and waits until the program has processed a frame of it.
 void streamAt(Program& program, const SFrameSize& size);
 /// Enters an exposure time and waits until frames have it.
 void setExposure(Program& program, int ms);
-void startRecording(Program& program);
+void startRecording(Program& program, const std::string& action = "startRecordingAdv");
 void stopRecording(Program& program);
 void quit(Program& program);
 
+/// Recordings that have ended: their files are complete.
+size_t endedRecordings(const Program& program);
+/// Files of a folder with an extension, by name; none when there is no such folder.
+std::vector<std::filesystem::path> filesIn(const std::filesystem::path& folder, const std::string& extension);
 /// Frames that a recording holds; 0 when it cannot be read.
 size_t framesIn(const std::filesystem::path& recording);
 /// Lines of a text that hold a phrase.

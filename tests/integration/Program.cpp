@@ -3,11 +3,11 @@
 #include <signal.h>
 #include <stdlib.h>
 #include <sys/wait.h>
-#include <unistd.h>
 #include <X11/Xlib.h>
 
 #include <algorithm>
 #include <fstream>
+#include <set>
 #include <sstream>
 #include <stdexcept>
 #include <thread>
@@ -18,54 +18,57 @@ constexpr char sBusName[] = "org.obricam.camctl";
 constexpr char sWindowPath[] = "/org/obricam/camctl/window/1";
 constexpr char sTitle[] = "OBRI Cam Control";
 constexpr char sActionsInterface[] = "org.gtk.Actions";
+constexpr int sBusTimeoutMs = 60'000; // of a busy machine; the window may stand still on purpose, too
 
-std::string errorText(GError* error)
-{
-    std::string text = error ? error->message : "unknown error";
-    g_clear_error(&error);
-    return text;
-}
-
-std::vector<const char*> pointersTo(const std::vector<std::string>& words)
-{
-    std::vector<const char*> pointers;
-    for (const std::string& word : words)
-        pointers.push_back(word.c_str());
-    pointers.push_back(nullptr);
-    return pointers;
-}
-
-GObjectHandle<GSubprocess> spawn(GSubprocessLauncher* launcher, const std::vector<std::string>& words)
-{
-    GError* error = nullptr;
-    GObjectHandle<GSubprocess> process(g_subprocess_launcher_spawnv(launcher, pointersTo(words).data(), &error));
-    if (!process)
-        throw std::runtime_error(words.front() + ": " + errorText(error));
-    return process;
-}
-
-std::string firstLineOf(GSubprocess* process)
-{
-    GObjectHandle<GDataInputStream> lines(g_data_input_stream_new(g_subprocess_get_stdout_pipe(process)));
-    // The stream must stay open: a server that cannot write to it would end.
-    g_filter_input_stream_set_close_base_stream(G_FILTER_INPUT_STREAM(lines.get()), FALSE);
-    GError* error = nullptr;
-    char* line = g_data_input_stream_read_line(lines.get(), nullptr, nullptr, &error);
-    if (!line)
-        throw std::runtime_error("no answer from a server: " + errorText(error));
-    std::string text = line;
-    g_free(line);
-    return text;
-}
-
+/// The whole lines of a log but for comments; the last one may still be in the writing.
 std::vector<std::string> linesOf(const std::filesystem::path& path)
 {
     std::ifstream file(path);
     std::vector<std::string> lines;
-    for (std::string line; std::getline(file, line);)
+    for (std::string line; std::getline(file, line) && !file.eof();)
         if (!line.empty() && line.front() != '#')
             lines.push_back(line);
     return lines;
+}
+
+std::filesystem::path temporaryFolder()
+{
+    std::string pattern = std::filesystem::temp_directory_path() / "obri-camctl-test-XXXXXX";
+    if (!mkdtemp(pattern.data()))
+        throw std::runtime_error("no temporary folder");
+    return pattern;
+}
+
+/// Where numbers have decimal commas, the clock is far from UTC, and nobody but us looks on.
+GObjectHandle<GSubprocessLauncher> launcherFor(const Program::SOptions& options, const std::filesystem::path& folder)
+{
+    GObjectHandle<GSubprocessLauncher> launcher(g_subprocess_launcher_new(G_SUBPROCESS_FLAGS_NONE));
+    g_subprocess_launcher_set_cwd(launcher.get(), folder.c_str());
+    g_subprocess_launcher_set_stdout_file_path(launcher.get(), (folder / "stdout.txt").c_str());
+    g_subprocess_launcher_set_stderr_file_path(launcher.get(), (folder / "stderr.txt").c_str());
+    for (const char* name : {"DISPLAY", "WAYLAND_DISPLAY"})
+        g_subprocess_launcher_unsetenv(launcher.get(), name);
+    const auto set = [&](const std::string& name, const std::string& value) {
+        g_subprocess_launcher_setenv(launcher.get(), name.c_str(), value.c_str(), TRUE);
+    };
+    if (options.withDisplay)
+        set("DISPLAY", Desktop::instance().display());
+    set("DBUS_SESSION_BUS_ADDRESS", Desktop::instance().busAddress());
+    set("NO_AT_BRIDGE", "1");
+    set("LOCPATH", OBRI_LOCALES);
+    set("LC_NUMERIC", "de_DE.UTF-8");
+    set("TZ", "Pacific/Auckland");
+    for (const auto& [name, value] : options.environment)
+        set(name, value);
+    return launcher;
+}
+
+/// Calls one of the program's windows over the bus; null when there is no answer.
+GVariant* callWindow(const char* method, GVariant* arguments, GError** error = nullptr)
+{
+    return g_dbus_connection_call_sync(Desktop::instance().bus(), sBusName, sWindowPath, sActionsInterface, method,
+                                       arguments, nullptr, G_DBUS_CALL_FLAGS_NO_AUTO_START, sBusTimeoutMs, nullptr,
+                                       error);
 }
 
 } // namespace
@@ -89,72 +92,15 @@ std::string contentsOf(const std::filesystem::path& path)
     return text.str();
 }
 
-Desktop& Desktop::instance()
+Program::Program(SOptions options) : m_folder(temporaryFolder())
 {
-    static Desktop desktop;
-    return desktop;
-}
-
-Desktop::Desktop()
-{
-    GObjectHandle<GSubprocessLauncher> launcher(g_subprocess_launcher_new(G_SUBPROCESS_FLAGS_STDOUT_PIPE));
-    g_subprocess_launcher_unsetenv(launcher.get(), "LD_PRELOAD");
-    m_xServer = spawn(launcher.get(),
-                      {"Xvfb", "-displayfd", "1", "-screen", "0", "1366x1100x24", "-nolisten", "tcp", "-noreset"});
-    m_display = ":" + firstLineOf(m_xServer.get());
-    m_busDaemon = spawn(launcher.get(), {"dbus-daemon", "--session", "--nofork", "--nopidfile", "--print-address"});
-    m_busAddress = firstLineOf(m_busDaemon.get());
-    GError* error = nullptr;
-    m_bus.reset(g_dbus_connection_new_for_address_sync(
-        m_busAddress.c_str(),
-        static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
-                                          G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION),
-        nullptr, nullptr, &error));
-    if (!m_bus)
-        throw std::runtime_error("session bus: " + errorText(error));
-    g_dbus_connection_set_exit_on_close(m_bus.get(), FALSE);
-}
-
-Desktop::~Desktop()
-{
-    g_subprocess_send_signal(m_busDaemon.get(), SIGTERM);
-    g_subprocess_send_signal(m_xServer.get(), SIGTERM);
-    g_subprocess_wait(m_xServer.get(), nullptr, nullptr);
-}
-
-Program::Program(SOptions options) : m_folder(std::move(options.folder))
-{
-    if (m_folder.empty()) {
-        std::string pattern = std::filesystem::temp_directory_path() / "obri-camctl-test-XXXXXX";
-        if (!mkdtemp(pattern.data()))
-            throw std::runtime_error("no temporary folder");
-        m_folder = pattern;
-        m_removeFolder = true;
-    }
-    GObjectHandle<GSubprocessLauncher> launcher(g_subprocess_launcher_new(G_SUBPROCESS_FLAGS_NONE));
-    g_subprocess_launcher_set_cwd(launcher.get(), m_folder.c_str());
-    g_subprocess_launcher_set_stdout_file_path(launcher.get(), (m_folder / "stdout.txt").c_str());
-    g_subprocess_launcher_set_stderr_file_path(launcher.get(), (m_folder / "stderr.txt").c_str());
-    if (options.withDisplay) {
-        g_subprocess_launcher_setenv(launcher.get(), "DISPLAY", Desktop::instance().display().c_str(), TRUE);
-    } else {
-        g_subprocess_launcher_unsetenv(launcher.get(), "DISPLAY");
-    }
-    g_subprocess_launcher_unsetenv(launcher.get(), "WAYLAND_DISPLAY");
-    g_subprocess_launcher_setenv(launcher.get(), "DBUS_SESSION_BUS_ADDRESS", Desktop::instance().busAddress().c_str(),
-                                 TRUE);
-    g_subprocess_launcher_setenv(launcher.get(), "NO_AT_BRIDGE", "1", TRUE);
-    g_subprocess_launcher_setenv(launcher.get(), "LOCPATH", OBRI_LOCALES, TRUE);
-    g_subprocess_launcher_setenv(launcher.get(), "LC_NUMERIC", "de_DE.UTF-8", TRUE);
-    g_subprocess_launcher_setenv(launcher.get(), "TZ", "Pacific/Auckland", TRUE);
-    for (const auto& [name, value] : options.environment)
-        g_subprocess_launcher_setenv(launcher.get(), name.c_str(), value.c_str(), TRUE);
-
+    if (options.prepare)
+        options.prepare(m_folder);
     std::vector<std::string> words{OBRI_SIMCAM, "--command-log", "commands.txt", "--frame-log", "frames.txt"};
     words.insert(words.end(), options.simulator.begin(), options.simulator.end());
     words.insert(words.end(), {"--", OBRI_CAMCTL});
     words.insert(words.end(), options.arguments.begin(), options.arguments.end());
-    m_process = spawn(launcher.get(), words);
+    m_process = spawn(launcherFor(options, m_folder).get(), words);
 }
 
 Program::~Program()
@@ -164,16 +110,19 @@ Program::~Program()
         waitForEnd(Seconds(10));
     }
     std::error_code ignored;
-    if (m_removeFolder)
-        std::filesystem::remove_all(m_folder, ignored);
+    std::filesystem::remove_all(m_folder, ignored);
 }
 
 std::string Program::log() const
 {
+    std::set<std::filesystem::path> days; // a run may see midnight
     for (const auto& entry : std::filesystem::directory_iterator(m_folder))
         if (entry.path().filename().string().starts_with("obri_app_log_"))
-            return contentsOf(entry.path());
-    return {};
+            days.insert(entry.path());
+    std::string text;
+    for (const auto& day : days)
+        text += contentsOf(day);
+    return text;
 }
 
 std::vector<std::string> Program::cameraCommands() const
@@ -190,19 +139,15 @@ std::vector<std::string> Program::frameLog() const
     return linesOf(m_folder / "frames.txt");
 }
 
-bool Program::waitForWindow(Seconds deadline)
+bool Program::waitForWindow()
 {
-    return waitFor(
-               [this] {
-                   GVariant* answer = g_dbus_connection_call_sync(
-                       Desktop::instance().bus(), sBusName, sWindowPath, sActionsInterface, "List", nullptr, nullptr,
-                       G_DBUS_CALL_FLAGS_NO_AUTO_START, 1000, nullptr, nullptr);
-                   if (answer)
-                       g_variant_unref(answer);
-                   return answer != nullptr || hasEnded();
-               },
-               deadline) &&
-           !hasEnded();
+    const auto isThere = [] {
+        GVariant* answer = callWindow("List", nullptr);
+        if (answer)
+            g_variant_unref(answer);
+        return answer != nullptr;
+    };
+    return waitFor([&] { return isThere() || hasEnded(); }) && !hasEnded();
 }
 
 size_t Program::framesSent() const
@@ -217,13 +162,15 @@ bool Program::waitForFrames(size_t count, Seconds deadline)
     return waitFor([&] { return framesSent() >= count; }, deadline);
 }
 
+bool Program::waitForMoreFrames(size_t count, Seconds deadline)
+{
+    return waitForFrames(framesSent() + count, deadline);
+}
+
 void Program::activate(const std::string& action)
 {
     GError* error = nullptr;
-    GVariant* answer =
-        g_dbus_connection_call_sync(Desktop::instance().bus(), sBusName, sWindowPath, sActionsInterface, "Activate",
-                                    g_variant_new("(sava{sv})", action.c_str(), nullptr, nullptr), nullptr,
-                                    G_DBUS_CALL_FLAGS_NO_AUTO_START, 20000, nullptr, &error);
+    GVariant* answer = callWindow("Activate", g_variant_new("(sava{sv})", action.c_str(), nullptr, nullptr), &error);
     if (answer)
         g_variant_unref(answer);
     else if (action != "quit") // the answer to it may be the end of the connection
@@ -234,9 +181,7 @@ void Program::activate(const std::string& action)
 
 bool Program::isEnabled(const std::string& action) const
 {
-    GVariant* answer = g_dbus_connection_call_sync(Desktop::instance().bus(), sBusName, sWindowPath, sActionsInterface,
-                                                   "Describe", g_variant_new("(s)", action.c_str()), nullptr,
-                                                   G_DBUS_CALL_FLAGS_NO_AUTO_START, 5000, nullptr, nullptr);
+    GVariant* answer = callWindow("Describe", g_variant_new("(s)", action.c_str()));
     if (!answer)
         return false;
     gboolean enabled = FALSE;
@@ -335,14 +280,6 @@ void Program::drag(int x, int y, int dx, int dy)
     runXdotool({"mousemove", "--window", window, std::to_string(x), std::to_string(y), "mousedown", "1",
                 "mousemove_relative", "--", std::to_string(dx / 2), std::to_string(dy / 2), "mousemove_relative", "--",
                 std::to_string(dx - dx / 2), std::to_string(dy - dy / 2), "mouseup", "1"});
-}
-
-void Program::screenshot(const std::filesystem::path& png) const
-{
-    GObjectHandle<GSubprocessLauncher> launcher(g_subprocess_launcher_new(G_SUBPROCESS_FLAGS_NONE));
-    const auto process =
-        spawn(launcher.get(), {"import", "-display", Desktop::instance().display(), "-window", "root", png.string()});
-    g_subprocess_wait(process.get(), nullptr, nullptr);
 }
 
 void Program::signal(int number)

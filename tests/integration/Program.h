@@ -1,6 +1,6 @@
 #pragma once
 
-#include <gio/gio.h>
+#include "Desktop.h"
 
 #include <chrono>
 #include <cstdint>
@@ -10,43 +10,16 @@
 #include <string>
 #include <vector>
 
-/// Gives a GLib object back.
-struct SUnref {
-    void operator()(void* object) const { g_object_unref(object); }
-};
-template <class T>
-using GObjectHandle = std::unique_ptr<T, SUnref>;
-
 using Seconds = std::chrono::duration<double>;
 
+/// How long to wait for what surely comes: a faulty program alone makes anybody wait so long.
+constexpr Seconds sPatience(60);
+
 /// Waits until the condition holds; false when the deadline passes first.
-bool waitFor(const std::function<bool()>& condition, Seconds deadline = Seconds(20));
+bool waitFor(const std::function<bool()>& condition, Seconds deadline = sPatience);
 
 /// The whole text of a file; empty when there is none.
 std::string contentsOf(const std::filesystem::path& path);
-
-/// A private X display (Xvfb) and session bus, alive as long as the object. One serves a whole test program.
-class Desktop {
-public:
-    Desktop();
-    ~Desktop();
-    Desktop(const Desktop&) = delete;
-    Desktop& operator=(const Desktop&) = delete;
-
-    const std::string& display() const { return m_display; }
-    const std::string& busAddress() const { return m_busAddress; }
-    /// A connection of the test's own, on which window actions are called.
-    GDBusConnection* bus() const { return m_bus.get(); }
-
-    static Desktop& instance();
-
-private:
-    GObjectHandle<GSubprocess> m_xServer;
-    GObjectHandle<GSubprocess> m_busDaemon;
-    GObjectHandle<GDBusConnection> m_bus;
-    std::string m_display;
-    std::string m_busAddress;
-};
 
 /// One run of the shipped program with the simulated camera, in a folder of its own, used as an observer uses it:
 /// window actions over the session bus, key events, signals. Everything it wrote can be read while it runs.
@@ -57,7 +30,8 @@ public:
         std::vector<std::string> arguments = {}; ///< options of obri-camctl
         std::vector<std::pair<std::string, std::string>> environment = {};
         bool withDisplay = true;
-        std::filesystem::path folder = {}; ///< to run in; a new temporary one when empty
+        /// Called with the program's folder before the program starts.
+        std::function<void(const std::filesystem::path&)> prepare = {};
     };
 
     explicit Program(SOptions options);
@@ -65,7 +39,7 @@ public:
     Program(const Program&) = delete;
     Program& operator=(const Program&) = delete;
 
-    /// The folder the program runs in; removed with the object unless it was given.
+    /// The folder the program runs in; removed with the object.
     const std::filesystem::path& folder() const { return m_folder; }
     std::string standardOutput() const { return contentsOf(m_folder / "stdout.txt"); }
     std::string standardError() const { return contentsOf(m_folder / "stderr.txt"); }
@@ -77,15 +51,17 @@ public:
     std::vector<std::string> frameLog() const;
 
     /// Waits until the window's actions are on the bus.
-    bool waitForWindow(Seconds deadline = Seconds(30));
+    bool waitForWindow();
     /// Frames that the camera has sent so far.
     size_t framesSent() const;
     /// Waits until the camera has sent this many frames since the program was started.
-    bool waitForFrames(size_t count, Seconds deadline = Seconds(30));
+    bool waitForFrames(size_t count, Seconds deadline = sPatience);
+    /// Waits until it has sent so many more.
+    bool waitForMoreFrames(size_t count, Seconds deadline = sPatience);
     /// Calls a window action as the menu does.
     void activate(const std::string& action);
     bool isEnabled(const std::string& action) const;
-    bool waitUntilEnabled(const std::string& action, Seconds deadline = Seconds(20)) const;
+    bool waitUntilEnabled(const std::string& action, Seconds deadline = sPatience) const;
     /// Sends keys to the window: "ctrl+q", "Tab".
     void key(const std::string& keys);
     /// The same, but a window that is gone is no error.
@@ -99,12 +75,11 @@ public:
     /// Presses the primary button at a point of the window and lets it go, there or after a move.
     void click(int x, int y);
     void drag(int x, int y, int dx, int dy);
-    void screenshot(const std::filesystem::path& png) const;
 
     void signal(int number);
     bool hasEnded() const;
     /// Waits for the end; false when it does not come in time (the program is then killed).
-    bool waitForEnd(Seconds deadline = Seconds(20));
+    bool waitForEnd(Seconds deadline = sPatience);
     /// Exit status after the end, 128 + signal number when a signal ended it.
     int exitStatus() const;
     /// The program's own process (not the simulator's).
@@ -115,7 +90,6 @@ private:
     void runXdotool(const std::vector<std::string>& words) const;
 
     std::filesystem::path m_folder;
-    bool m_removeFolder = false;
     mutable unsigned long m_windowId = 0; ///< 0: not looked for yet
     GObjectHandle<GSubprocess> m_process;
 };

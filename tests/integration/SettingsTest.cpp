@@ -1,4 +1,4 @@
-#include "Program.h"
+#include "Observing.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -80,13 +80,6 @@ std::vector<std::string> settingsTold(const Program& program)
     return lines;
 }
 
-void quit(Program& program)
-{
-    program.activate("quit");
-    ASSERT_TRUE(program.waitForEnd());
-    EXPECT_EQ(program.exitStatus(), 0) << program.standardError();
-}
-
 } // namespace
 
 // Fails when a control is bound to another setting, sends another value, or sends what concerns the preview alone.
@@ -94,14 +87,14 @@ TEST(Settings, EveryControlReachesTheCameraFromTheKeyboard)
 {
     Program program({});
     ASSERT_TRUE(program.waitForWindow());
-    ASSERT_TRUE(program.waitUntilEnabled("stopStreaming", Seconds(60)));
+    ASSERT_TRUE(program.waitUntilEnabled("stopStreaming"));
     program.selectRow("alt+e", 2); // a small size leaves the computer to the keys
     Commands expected = sStartCommands;
     ASSERT_THAT(program.cameraCommands(), ElementsAreArray(expected)) << "the size is no command";
     for (const SStep& step : sSteps) {
         step.act(program);
         expected.insert(expected.end(), step.commands.begin(), step.commands.end());
-        waitFor([&] { return program.cameraCommands().size() >= expected.size(); }, Seconds(10));
+        waitFor([&] { return program.cameraCommands().size() >= expected.size(); });
         ASSERT_THAT(program.cameraCommands(), ElementsAreArray(expected)) << step.name;
     }
     quit(program);
@@ -116,14 +109,13 @@ TEST(Settings, DefaultsReachTheCameraInOrderAndControlRStartsTheStream)
 {
     Program program({.simulator = {"--pace", "buffers"}});
     ASSERT_TRUE(program.waitForWindow());
-    ASSERT_TRUE(program.waitUntilEnabled("stopStreaming", Seconds(60)));
+    ASSERT_TRUE(program.waitUntilEnabled("stopStreaming"));
     EXPECT_THAT(program.cameraCommands(), ElementsAreArray(sStartCommands));
     program.activate("stopStreaming");
     ASSERT_TRUE(program.waitUntilEnabled("startStreaming"));
-    const size_t sent = program.framesSent();
     program.key("ctrl+r");
     ASSERT_TRUE(program.waitUntilEnabled("stopStreaming"));
-    EXPECT_TRUE(program.waitForFrames(sent + 3));
+    EXPECT_TRUE(program.waitForMoreFrames(sFramesUntilProcessed));
     quit(program);
     EXPECT_THAT(settingsTold(program),
                 ElementsAre("setObriMode: en=1", "setResolution: w=816, h=620", "setExposureTime: ms=100",

@@ -3,104 +3,59 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cstring>
 #include <fstream>
 #include <sys/mount.h>
 #include <sys/resource.h>
 #include <thread>
-#include <unistd.h>
 
-using testing::HasSubstr;
 using testing::IsEmpty;
 
 namespace {
 
-constexpr uint64_t sRoom = 60'000'000; // 14 full frames; the simulated camera's own buffers need less
+constexpr uint64_t sRoom = 60'000'000; // 14 full frames
 
-/// A place where recording.adv finds room for few frames, and what the system says then.
-class NarrowPlace {
+/// A file system of its own for as long as the object lives; not every machine allows it.
+class Disk {
 public:
-    virtual ~NarrowPlace() = default;
-    virtual int error() const = 0;
-    /// Called before the program starts; false when this machine does not offer such a place.
-    virtual bool prepare(const std::filesystem::path& folder) = 0;
-};
-
-/// The program may not write longer files. Children inherit the limit, so nothing else is to start meanwhile.
-class FileSizeLimit : public NarrowPlace {
-public:
-    ~FileSizeLimit() override { setrlimit(RLIMIT_FSIZE, &m_before); }
-    int error() const override { return EFBIG; }
-    bool prepare(const std::filesystem::path&) override
+    Disk(std::filesystem::path place, unsigned long flags, uint64_t bytes) : m_place(std::move(place))
     {
-        rlimit limit = m_before;
-        limit.rlim_cur = sRoom;
-        return setrlimit(RLIMIT_FSIZE, &limit) == 0;
+        std::filesystem::create_directories(m_place);
+        m_isThere = mount("none", m_place.c_str(), "tmpfs", flags, ("size=" + std::to_string(bytes)).c_str()) == 0;
     }
+    ~Disk()
+    {
+        if (m_isThere)
+            umount2(m_place.c_str(), MNT_DETACH);
+    }
+    Disk(const Disk&) = delete;
+    Disk& operator=(const Disk&) = delete;
+    bool isThere() const { return m_isThere; }
 
 private:
-    const rlimit m_before = [] {
-        rlimit limit{};
-        getrlimit(RLIMIT_FSIZE, &limit);
-        return limit;
-    }();
+    std::filesystem::path m_place;
+    bool m_isThere;
 };
 
-/// The recording lies on a small file system of its own.
-class FullDisk : public NarrowPlace {
+/// No file of the program may grow beyond so many bytes for as long as the object lives.
+class FileSizeLimit {
 public:
-    ~FullDisk() override
+    FileSizeLimit(const Program& program, uint64_t bytes) : m_processId(program.processId())
     {
-        if (m_isMounted)
-            umount2(m_mount.c_str(), MNT_DETACH);
+        prlimit(m_processId, RLIMIT_FSIZE, nullptr, &m_before);
+        const rlimit limit{bytes, m_before.rlim_max};
+        EXPECT_EQ(prlimit(m_processId, RLIMIT_FSIZE, &limit, nullptr), 0);
     }
-    int error() const override { return ENOSPC; }
-    bool prepare(const std::filesystem::path& folder) override
-    {
-        m_mount = folder / "disk";
-        std::filesystem::create_directory(m_mount);
-        m_isMounted = mount("none", m_mount.c_str(), "tmpfs", 0, ("size=" + std::to_string(sRoom)).c_str()) == 0;
-        std::filesystem::create_symlink(m_mount / "recording.adv", folder / "recording.adv");
-        return m_isMounted;
-    }
+    ~FileSizeLimit() { prlimit(m_processId, RLIMIT_FSIZE, &m_before, nullptr); }
+    FileSizeLimit(const FileSizeLimit&) = delete;
+    FileSizeLimit& operator=(const FileSizeLimit&) = delete;
 
 private:
-    std::filesystem::path m_mount;
-    bool m_isMounted = false;
+    int m_processId;
+    rlimit m_before{};
 };
 
-/// A temporary folder for runs that need something in it beforehand.
-class Folder {
-public:
-    Folder()
-    {
-        std::string pattern = std::filesystem::temp_directory_path() / "obri-camctl-test-XXXXXX";
-        m_path = mkdtemp(pattern.data());
-    }
-    ~Folder() { std::filesystem::remove_all(m_path); }
-    Folder(const Folder&) = delete;
-    Folder& operator=(const Folder&) = delete;
-    const std::filesystem::path& path() const { return m_path; }
-
-private:
-    std::filesystem::path m_path;
-};
-
-template <class Place>
-class WriteFailure : public testing::Test {
-};
-
-struct SPlaceNames {
-    template <class Place>
-    static std::string GetName(int)
-    {
-        return std::is_same_v<Place, FullDisk> ? "FullDisk" : "FileSizeLimit";
-    }
-};
-
-using Places = testing::Types<FileSizeLimit, FullDisk>;
-TYPED_TEST_SUITE(WriteFailure, Places, SPlaceNames);
-
-/// Expects the failure to have been said once to the terminal and once to the log.
+/// Expects a failure to have been said once to the terminal and once to the log.
 void expectSaidOnce(const Program& program, const std::string& phrase)
 {
     EXPECT_EQ(countLines(program.standardError(), phrase), 1u) << program.standardError();
@@ -109,63 +64,123 @@ void expectSaidOnce(const Program& program, const std::string& phrase)
 
 void expectFramesFlow(Program& program)
 {
-    EXPECT_TRUE(program.waitForFrames(program.frameLog().size() + 5)) << program.standardError();
+    EXPECT_TRUE(program.waitForMoreFrames(sFramesUntilProcessed)) << program.standardError();
+}
+
+void expectRefused(Program& program, const std::string& action, const std::string& reason)
+{
+    program.activate(action);
+    EXPECT_FALSE(program.isEnabled("stopRecording"));
+    expectSaidOnce(program, "The recording was refused: " + reason);
+}
+
+/// Records until the file finds no more room.
+void expectEndsAloudAndWhole(Program& program, int error)
+{
+    program.activate("startRecordingAdv");
+    ASSERT_TRUE(waitFor([&] { return endedRecordings(program) == 1; })) << "the recording goes on";
+    expectFramesFlow(program);
+    const auto recording = program.folder() / "recording.adv";
+    EXPECT_THAT(differences(recording, parseFrameLog(program.frameLog())), IsEmpty());
+    EXPECT_GE(framesIn(recording), 12u);
+    expectSaidOnce(program, std::string("The recording ends: Failed to write recording.adv (") + strerror(error) + ")");
+}
+
+/// Files of small frames, whole ones alone.
+size_t wholeFitsFiles(const std::filesystem::path& folder)
+{
+    const auto files = filesIn(folder, ".fits");
+    for (const auto& path : files) {
+        EXPECT_EQ(std::filesystem::file_size(path) % 2880, 0u) << path;
+        EXPECT_GT(std::filesystem::file_size(path), 176u * 128 * 2) << path;
+    }
+    return files.size();
+}
+
+/// Records FITS files until one cannot be written.
+void expectFitsEndsAloud(Program& program, const std::string& reason, const std::function<void()>& obstruct)
+{
+    const size_t ended = endedRecordings(program);
+    program.activate("startRecordingFits");
+    obstruct();
+    ASSERT_TRUE(waitFor([&] { return endedRecordings(program) > ended; })) << program.standardError();
+    expectFramesFlow(program);
+    expectSaidOnce(program, "The recording ends: " + reason);
 }
 
 } // namespace
 
-// Fails when a full disk ends the program, is not said, or leaves a file that reads up to anything but its last whole
-// frame.
-TYPED_TEST(WriteFailure, EndsTheRecordingAloudAndKeepsWhatIsWhole)
+// Fails when a recording that cannot be opened seems to run, when a full file ends the program or is not said, or when
+// it leaves a file that reads up to anything but its last whole frame.
+TEST(WriteFailure, OfAFileThatMayNotGrowEndsTheRecordingAloud)
 {
-    Desktop::instance(); // its servers are not to live under the limit
-    const Folder folder;
-    TypeParam place;
-    if (!place.prepare(folder.path()))
-        GTEST_SKIP() << "not possible here: " << strerror(errno);
-    Program program({.folder = folder.path()});
+    Program program(
+        {.prepare = [](const auto& folder) { create_symlink(folder / "no" / "such", folder / "recording.adv"); }});
     ASSERT_NO_FATAL_FAILURE(streamAt(program, sFullSize));
-    ASSERT_NO_FATAL_FAILURE(startRecording(program));
-    ASSERT_TRUE(program.waitUntilEnabled("startRecordingAdv")) << "the recording goes on";
-    expectFramesFlow(program);
-    const auto recording = folder.path() / "recording.adv";
-    const auto camera = parseFrameLog(program.frameLog());
-    EXPECT_THAT(differences(recording, camera), IsEmpty());
-    EXPECT_GE(framesIn(recording), 12u);
-    expectSaidOnce(program,
-                   std::string("The recording ends: Failed to write recording.adv (") + strerror(place.error()) + ")");
+    expectRefused(program, "startRecordingAdv", "Failed to open recording.adv (No such file or directory)");
+    std::filesystem::remove(program.folder() / "recording.adv");
+    {
+        const FileSizeLimit limit(program, sRoom);
+        ASSERT_NO_FATAL_FAILURE(expectEndsAloudAndWhole(program, EFBIG));
+    }
     quit(program);
 }
 
-// Fails when a FITS recording without a place to write to is not refused, or when its folder goes away under it.
+// The same of a disk that is full.
+TEST(WriteFailure, OfAFullDiskEndsTheRecordingAloud)
+{
+    std::unique_ptr<Disk> disk;
+    Program program({.prepare = [&](const auto& folder) {
+        disk = std::make_unique<Disk>(folder / "disk", 0, sRoom);
+        create_symlink(folder / "disk" / "recording.adv", folder / "recording.adv");
+    }});
+    if (!disk->isThere())
+        GTEST_SKIP() << "no file system may be mounted here";
+    ASSERT_NO_FATAL_FAILURE(streamAt(program, sFullSize));
+    ASSERT_NO_FATAL_FAILURE(expectEndsAloudAndWhole(program, ENOSPC));
+    quit(program);
+}
+
+// Fails when a FITS sequence without a place to write to is not refused, ends in silence when its folder goes away or
+// a file may not grow, or leaves a file that was cut short.
 TEST(FitsWriteFailure, IsSaidAndFramesGoOn)
 {
-    const Folder folder;
-    std::ofstream(folder.path() / "fits") << "not a folder";
-    Program program({.folder = folder.path()});
+    Program program({.prepare = [](const auto& folder) { std::ofstream(folder / "fits") << "not a folder"; }});
     ASSERT_NO_FATAL_FAILURE(streamAt(program, sSmallSize));
-    program.activate("startRecordingFits");
-    ASSERT_TRUE(waitFor([&] { return !program.standardError().empty(); }));
-    expectSaidOnce(program, "The recording was refused: fits is not a directory");
-    EXPECT_FALSE(program.isEnabled("stopRecording"));
-    EXPECT_EQ(contentsOf(folder.path() / "fits"), "not a folder");
+    const auto fits = program.folder() / "fits", gone = program.folder() / "gone";
+    expectRefused(program, "startRecordingFits", "fits is not a directory");
+    EXPECT_EQ(contentsOf(fits), "not a folder");
+    std::filesystem::remove(fits);
 
-    std::filesystem::remove(folder.path() / "fits");
-    program.activate("startRecordingFits");
-    ASSERT_TRUE(program.waitUntilEnabled("stopRecording"));
-    ASSERT_TRUE(waitFor([&] { return std::filesystem::exists(folder.path() / "fits"); }));
-    expectFramesFlow(program);
-    std::filesystem::rename(folder.path() / "fits", folder.path() / "gone");
-    ASSERT_TRUE(program.waitUntilEnabled("startRecordingFits"));
-    expectFramesFlow(program);
-    expectSaidOnce(program, "The recording ends: ");
-    size_t files = 0;
-    for (const auto& entry : std::filesystem::directory_iterator(folder.path() / "gone")) {
-        EXPECT_EQ(entry.file_size() % 2880, 0u) << entry.path();
-        EXPECT_GT(entry.file_size(), 176u * 128 * 2) << entry.path();
-        ++files;
+    ASSERT_NO_FATAL_FAILURE(expectFitsEndsAloud(program, "Failed to open FITS file for writing.", [&] {
+        EXPECT_TRUE(waitFor([&] { return filesIn(fits, ".fits").size() >= 5; }));
+        std::filesystem::rename(fits, gone);
+    }));
+    EXPECT_GE(wholeFitsFiles(gone), 5u);
+    {
+        const FileSizeLimit limit(program, 40'000); // a file has 48 960
+        ASSERT_NO_FATAL_FAILURE(expectFitsEndsAloud(program, "Failed to write FITS file. (File too large)", [] {}));
     }
-    EXPECT_GE(files, 4u);
+    EXPECT_EQ(wholeFitsFiles(fits), 0u);
+    quit(program);
+}
+
+// The same of disks that are full or write-protected.
+TEST(FitsWriteFailure, OfADiskIsSaidAndFramesGoOn)
+{
+    Program program({});
+    const auto fits = program.folder() / "fits";
+    ASSERT_NO_FATAL_FAILURE(streamAt(program, sSmallSize));
+    {
+        const Disk disk(fits, MS_RDONLY, sRoom);
+        if (!disk.isThere())
+            GTEST_SKIP() << "no file system may be mounted here";
+        expectRefused(program, "startRecordingFits", "fits cannot be written into (Read-only file system)");
+    }
+    const Disk disk(fits, 0, 500'000);
+    ASSERT_NO_FATAL_FAILURE(
+        expectFitsEndsAloud(program, "Failed to write FITS file. (No space left on device)", [] {}));
+    EXPECT_GE(wholeFitsFiles(fits), 8u);
     quit(program);
 }
 
@@ -188,15 +203,13 @@ TEST(HammeredRecording, EachOneIsWhole)
     quit(program);
 
     const auto camera = parseFrameLog(program.frameLog());
-    size_t recordings = 0, frames = 0;
-    for (const auto& entry : std::filesystem::directory_iterator(program.folder())) {
-        if (entry.path().extension() != ".adv")
-            continue;
-        EXPECT_THAT(differences(entry.path(), camera), IsEmpty()) << entry.path();
-        frames += framesIn(entry.path());
-        ++recordings;
+    const auto recordings = filesIn(program.folder(), ".adv");
+    size_t frames = 0;
+    for (const auto& recording : recordings) {
+        EXPECT_THAT(differences(recording, camera), IsEmpty()) << recording;
+        frames += framesIn(recording);
     }
-    EXPECT_GE(recordings, static_cast<size_t>(rounds) / 4);
+    EXPECT_GE(recordings.size(), static_cast<size_t>(rounds) / 4);
     EXPECT_EQ(program.standardError(), "");
-    printf("hammered: %d rounds left %zu recordings with %zu frames\n", rounds, recordings, frames);
+    printf("hammered: %d rounds left %zu recordings with %zu frames\n", rounds, recordings.size(), frames);
 }
