@@ -1,4 +1,4 @@
-#include "Program.h"
+#include "Observing.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -74,7 +74,7 @@ const std::vector<std::string> sStreamingThreadLines = {
 
 } // namespace
 
-// Fails when a line of the report is missing, misspelt, or in excess, or the run hangs.
+// Fails when a line of the report is missing, misspelt, or in excess, the run hangs, or its log is not closed once.
 TEST(NoGui, ReportsOnTheCameraAndEndsInFiveSeconds)
 {
     const auto start = std::chrono::steady_clock::now();
@@ -95,6 +95,9 @@ TEST(NoGui, ReportsOnTheCameraAndEndsInFiveSeconds)
             << line;
     EXPECT_EQ(program.cameraCommands().front(), "70 01 00 00 00");
     EXPECT_EQ(program.cameraCommands().back(), "70 00 00 00 00");
+    const std::string log = program.log();
+    EXPECT_THAT(log, ContainsRegex("20[0-9-]+ [0-9:.]+  I ---------- Application started ----------\n"));
+    EXPECT_EQ(countLines(log, "I ---------- Closing Log File ----------"), 1u);
 }
 
 // Fails when a machine without a camera gets anything but a clear line and the required status.
@@ -109,13 +112,20 @@ TEST(NoGui, WithoutCameraSaysSoAfterTheOptions)
                            "telescopeName: \nobjectName: \n"));
 }
 
-TEST(NoGui, LogsItsStartAndEndOnce)
+// Fails when a camera that may not be opened is nowhere told from none.
+TEST(NoGui, PermissionThatIsMissingIsNamedInTheLog)
 {
-    Program program({.arguments = {"--no-gui"}, .withDisplay = false});
+    Program program({.simulator = {"--no-permission"}, .arguments = {"--no-gui"}, .withDisplay = false});
     ASSERT_TRUE(program.waitForEnd());
-    const std::string log = program.log();
-    EXPECT_THAT(log, ContainsRegex("20[0-9-]+ [0-9:.]+  I ---------- Application started ----------\n"));
-    const auto closing = log.find("I ---------- Closing Log File ----------\n");
-    ASSERT_NE(closing, std::string::npos) << log;
-    EXPECT_EQ(log.find("Closing Log File", closing + 40), std::string::npos);
+    EXPECT_THAT(program.log(), ContainsRegex("W .*permission"));
+}
+
+// Fails when the metadata node, which claims capture too and comes first in this order, or the second camera is taken.
+TEST(NoGui, TakesTheNodeThatCapturesOfTheFirstCamera)
+{
+    Program program({.simulator = {"--two-cameras", "--video-node", "9", "--metadata-node", "10"},
+                     .arguments = {"--no-gui"},
+                     .withDisplay = false});
+    EXPECT_TRUE(waitFor([&] { return program.standardOutput().find("Camera device found: ") != std::string::npos; }));
+    EXPECT_THAT(program.standardOutput(), HasSubstr(", /dev/video9, uvcvideo"));
 }
