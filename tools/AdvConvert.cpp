@@ -108,6 +108,9 @@ std::string Converter::prepare()
     }
     if (!hasWork)
         return m_isCompressing ? "the recording is compressed already" : "the recording is not compressed";
+    const uint64_t samples = uint64_t{m_input.width()} * m_input.height();
+    if (samples == 0 || samples > libobrifile::Compressor::MaxSamples)
+        return "the images are too large to be converted"; // the compressor would end the process
     const auto width = static_cast<int>(m_input.width()), height = static_cast<int>(m_input.height());
     m_block.resize(libobrifile::Compressor::ScratchBytes(width, height)); // more than the raw image takes
     m_compressor = std::make_unique<libobrifile::Compressor>(width, height);

@@ -92,6 +92,7 @@ std::string AdvFile::open(std::unique_ptr<ByteSource> source)
     m_regions.clear();
     m_damage.clear();
     m_frames.clear();
+    m_pixelReader = std::make_unique<AdvPixelReader>(); // one image size each
     if (std::string error = readHeader(*m_source, m_header, m_damage); !error.empty())
         return error;
     SFrameWalk walk = walkFrames(*m_source, m_header);

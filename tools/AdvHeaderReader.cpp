@@ -21,7 +21,6 @@ constexpr uint32_t sMagic = 0x46545346;
 constexpr uint8_t sVersion = 2;
 // Metadata are some dozen short strings; the bound keeps a lying count from filling the memory.
 constexpr uint64_t sLongestHeader = uint64_t{4} * 1024 * 1024;
-constexpr uint64_t sMostPixels = uint64_t{64} * 1024 * 1024;
 
 std::vector<SAdvTag> readTags(ByteCursor& in, uint32_t count)
 {

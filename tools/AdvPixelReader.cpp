@@ -10,6 +10,9 @@ namespace obriadv {
 
 namespace {
 
+// A hostile size never reaches the compressor, which would end the process.
+static_assert(sMostPixels <= libobrifile::Compressor::MaxSamples);
+
 /// Spreads the bytes of consecutive pixels, 8 or 16 bits each, over 16-bit pixels.
 void unpack(const uint8_t* bytes, size_t count, uint32_t bytesPerPixel, uint16_t* pixels)
 {

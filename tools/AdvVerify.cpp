@@ -48,15 +48,21 @@ void checkIndex(const AdvFile& file, SVerifyReport& report)
     const auto& frames = file.frames();
     if (!index.isPresent)
         return; // said among the damage
-    if (index.mainCount != frames.size())
-        report.findings.push_back("the index lists " + plural(index.mainCount, "frame") + ", the file holds " +
+    std::vector<size_t> main; // numbers of the main stream's frames, which the entries stand for
+    for (size_t i = 0; i < frames.size(); ++i)
+        if (frames[i].streamId == 0)
+            main.push_back(i);
+    const size_t listed = size_t{index.mainCount} + index.calibrationCount;
+    if (index.mainCount != main.size() || listed != frames.size())
+        report.findings.push_back("the index lists " + plural(listed, "frame") + ", the file holds " +
                                   std::to_string(frames.size()));
     FrameFinding wrong("the index entry does not fit the frame record");
     size_t firstWrapped = frames.size();
-    for (size_t i = 0; i < std::min(index.entries.size(), frames.size()); ++i) {
-        const SAdvIndexEntry& entry = index.entries[i];
+    for (size_t n = 0; n < std::min(index.entries.size(), main.size()); ++n) {
+        const SAdvIndexEntry& entry = index.entries[n];
+        const size_t i = main[n];
         const uint64_t ticks =
-            (static_cast<uint64_t>(frames[i].startNs) - static_cast<uint64_t>(frames[0].startNs)) / 100;
+            (static_cast<uint64_t>(frames[i].startNs) - static_cast<uint64_t>(frames[main[0]].startNs)) / 100;
         const bool isRight = isSameOrWrapped(entry.ticks, ticks) && isSameOrWrapped(entry.offset, frames[i].offset) &&
                              entry.length == frames[i].length;
         if (!isRight)

@@ -24,7 +24,18 @@ std::string fitsTime(int64_t ns)
     return isoTime(ns, ns % sNsPerMs == 0 ? 3 : 6);
 }
 
-void writeTimes(FitsImage& fits, const SAdvFrame& frame)
+/// The exposure as the camera's data block tells it, to the nanosecond; that between the stamps, which are cut to
+/// milliseconds, where there is no block or it speaks of something else.
+void writeExposure(FitsImage& fits, int64_t betweenStampsNs, const libobribase::BinaryOverlay& overlay)
+{
+    const int64_t told = int64_t{overlay.m_exposureSeconds} * sNsPerSecond + overlay.m_exposureNanoseconds;
+    if (overlay.m_isValid && told > 0 && std::abs(told - betweenStampsNs) <= sGrainNs)
+        fits.real("EXPTIME", static_cast<double>(told) / sNsPerSecond, 9, "[s] exposure");
+    else
+        fits.real("EXPTIME", static_cast<double>(betweenStampsNs) / sNsPerSecond, 6, "[s] exposure");
+}
+
+void writeTimes(FitsImage& fits, const SAdvFrame& frame, const libobribase::BinaryOverlay& overlay)
 {
     // Without a valid clock the camera's times mean nothing; absent cards say so better than wrong ones.
     if (!isPlausibleTime(frame.startNs) || !isPlausibleTime(frame.endNs) || frame.endNs < frame.startNs)
@@ -35,7 +46,7 @@ void writeTimes(FitsImage& fits, const SAdvFrame& frame)
     fits.text("DATE-AVG", fitsTime(frame.startNs + exposure / 2), "middle of exposure");
     fits.text("DATE-END", fitsTime(frame.endNs), "end of exposure");
     fits.text("TIMESYS", "UTC", "time scale");
-    fits.real("EXPTIME", static_cast<double>(exposure) / sNsPerSecond, 6, "[s] exposure");
+    writeExposure(fits, exposure, overlay);
 }
 
 void writeMetadata(FitsImage& fits, const std::vector<SAdvTag>& metadata)
@@ -104,11 +115,8 @@ void writeMetadataPosition(FitsImage& fits, const std::vector<SAdvTag>& metadata
 
 /// Position and temperature from the camera's data block in the frame's last row; where there is none, or the GPS
 /// had no fix, the position from the recording's metadata.
-void writePosition(FitsImage& fits, const AdvFile& file, const std::vector<uint16_t>& pixels)
+void writePosition(FitsImage& fits, const AdvFile& file, libobribase::BinaryOverlay& overlay)
 {
-    libobribase::BinaryOverlay overlay;
-    const size_t before = pixels.size() - file.width();
-    overlay.ParseBinaryOverlay(pixels.data() + before, before, file.width());
     int degrees = 0;
     if (overlay.m_isValid && overlay.GetTemperature(&degrees))
         fits.integer("CCD-TEMP", degrees, "[C] sensor temperature");
@@ -135,12 +143,15 @@ std::string writeFile(const std::string& path, const void* bytes, size_t length)
 std::string writeFits(const AdvFile& file, size_t n, const std::vector<uint16_t>& pixels, const std::string& path)
 {
     const SAdvFrame& frame = file.frames()[n];
+    libobribase::BinaryOverlay overlay;
+    const size_t before = pixels.size() - file.width();
+    overlay.ParseBinaryOverlay(pixels.data() + before, before, file.width());
     FitsImage fits(file.width(), file.height());
-    writeTimes(fits, frame);
+    writeTimes(fits, frame, overlay);
     writeMetadata(fits, file.header().systemMetadata);
     fits.integer("FRAMENO", static_cast<int64_t>(n), "number in the recording, from 0");
     writeStatus(fits, frame.status);
-    writePosition(fits, file, pixels);
+    writePosition(fits, file, overlay);
     fits.text("ROWORDER", "BOTTOM-UP", "the first row is the bottom of the picture");
     fits.pixels(pixels);
     size_t length = 0;

@@ -23,10 +23,12 @@ AdvBuilder recording()
     return builder;
 }
 
-/// The camera's data block with what the exports use: version 5 (no checksum), position, fix, temperature.
+/// The camera's data block with what the exports use: version 5 (no checksum), exposure, position, fix,
+/// temperature.
 void putOverlay(Bytes& pixels, size_t firstOfRow)
 {
     const std::pair<size_t, Bytes> words[] = {{2, {0x54, 0x53, 0, 5}},
+                                              {56, {0x02, 0x4A, 0xE0, 0x62}}, // 38.461538 ms
                                               {64, {0x1C, 0x1A, 0x99, 0x38}}, // 47.1505208 north
                                               {68, {0xFA, 0xE7, 0xB9, 0xC4}}, // 8.55... west
                                               {72, {0, 3, 3, 8}},             // 3 m, fix, 8 satellites
@@ -50,7 +52,7 @@ TEST(FitsExport, HoldsTheFrameAsRecordedAndPassesFitsverify)
     for (const char* card :
          {"DATE-OBS= '2020-01-01T00:00:00.040'", "DATE-BEG= '2020-01-01T00:00:00.040'",
           "DATE-AVG= '2020-01-01T00:00:00.059'", "DATE-END= '2020-01-01T00:00:00.078'", "TIMESYS = 'UTC     '",
-          "EXPTIME =             0.038000 ", "OBJECT  = 'Star O''Hara'", "FRAMENO =                    1",
+          "EXPTIME =          0.038461538 ", "OBJECT  = 'Star O''Hara'", "FRAMENO =                    1",
           "FRAMEID =                 1001", "GPSFIX  =                    T", "GPSSTATE=                    3",
           "GPSSATS =                    9", "OBSGEO-B=           47.1505208", "OBSGEO-L=           -8.5476924",
           "OBSGEO-H=              412.500", "CCD-TEMP=                   21", "GAIN    =                12.00",
