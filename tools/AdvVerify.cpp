@@ -48,6 +48,7 @@ void checkIndex(const AdvFile& file, SVerifyReport& report)
     const auto& frames = file.frames();
     if (!index.isPresent)
         return; // said among the damage
+
     std::vector<size_t> main; // numbers of the main stream's frames, which the entries stand for
     for (size_t i = 0; i < frames.size(); ++i)
         if (frames[i].streamId == 0)

@@ -2,9 +2,14 @@
 
 #include "RecordingTestKit.h"
 
+#include <cstdlib>
+#include <cstring>
 #include <fitsio.h>
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <random>
+
+using testing::HasSubstr;
 
 class FitsOutsideReader : public testing::TestWithParam<std::pair<int, int>> {
 protected:
@@ -52,6 +57,33 @@ TEST_P(FitsOutsideReader, SeesTheImageAndItsHeader)
         ASSERT_TRUE(std::equal(&read[size_t(y) * width], &read[size_t(y) * width] + width,
                                &image[size_t(height - 1 - y) * width]))
             << "FITS row " << y;
+}
+
+TEST_P(FitsOutsideReader, FitsverifyComplainsOfNothingButTheFill)
+{
+    if (std::system("command -v fitsverify > /dev/null") != 0)
+        GTEST_SKIP() << "fitsverify is not installed";
+    const bool hasFill = image.size() * 2 % 2880 != 0;
+    const std::string report = directory / "report";
+    EXPECT_EQ(std::system(("fitsverify " + path + " > " + report + " 2>&1").c_str()) != 0, hasFill);
+    const std::string text = readFile(report);
+    EXPECT_EQ(text.find("Data fill area invalid") != std::string::npos, hasFill);
+    EXPECT_THAT(text, HasSubstr(hasFill ? "found 0 warning(s) and 1 error(s)" : "found 0 warning(s) and 0 error(s)"));
+}
+
+TEST_P(FitsOutsideReader, AstropySeesTheImage)
+{
+    const std::string python = "/usr/bin/python3 -W ignore -c \"import sys; from astropy.io import fits; ";
+    if (std::system((python + "\" 2> /dev/null").c_str()) != 0)
+        GTEST_SKIP() << "astropy is not installed";
+    const std::string raw = directory / "raw";
+    ASSERT_EQ(
+        std::system((python + "fits.getdata(sys.argv[1])[::-1].astype('=u2').tofile(sys.argv[2])\" " + path + " " + raw)
+                        .c_str()),
+        0);
+    const std::string read = readFile(raw);
+    ASSERT_EQ(read.size(), image.size() * 2);
+    EXPECT_EQ(memcmp(read.data(), image.data(), read.size()), 0);
 }
 
 INSTANTIATE_TEST_SUITE_P(Size, FitsOutsideReader, testing::Values(std::pair(1624, 1240), std::pair(1440, 2)),
