@@ -70,6 +70,11 @@ TEST(BinaryOverlay, IsFoundAtThreeBasesAndStaysThere)
             EXPECT_EQ(overlay.m_offset, base);
         }
     }
+    OverlayRow both(-2); // seems to begin at 1 as well
+    both.byte(5, 'T');
+    both.byte(6, 'S');
+    both.seal();
+    EXPECT_EQ(parsed(both).m_offset, -2);
 }
 
 TEST(BinaryOverlay, KeepsTheLastGoodFieldsWhenTheFrameIsDamaged)
@@ -99,6 +104,15 @@ TEST(BinaryOverlay, ChecksumAndAltitudeDependOnTheLayoutVersion)
         EXPECT_EQ(o.m_isValid, version < 6) << version;
         EXPECT_EQ(o.m_altitudeMm, version == 5 ? 4000 : 0);
     }
+    OverlayRow row;
+    row.byte(19, 0xFE);
+    for (const unsigned last : {0xFFu, 0x55u}) { // 255 counts as 0, also where either sum ends
+        for (int i = 2; i < 126; ++i)
+            row.low(i, i < 124 ? 0xFF : last);
+        row.low(127, last * 2 % 255);
+        EXPECT_TRUE(parsed(row).m_isValid) << last;
+    }
+    EXPECT_FALSE(parsed(row).m_timeFlag);
 }
 
 // Reads beyond the frame are what the address sanitizer is for: each image lies in a block of its exact size.

@@ -70,10 +70,10 @@ TEST(JsonValue, FindsValuesOfTheOutermostObject)
 {
     const char* text =
         " { \"inner\": {\"x\": [1, {\"a\":\"}\"}], \"name\": 1} , \"name\":\"a\\\"\\u00e9\\ud83d\\ude00\\n\","
-        "\"n\" : -1.5e+3 ,\"list\":[1 , 2], \"yes\":true, \"none\":null, \"name\":2}";
+        "\"n\" : -1.5E+3 ,\"list\":[1 , 2e1], \"yes\":true, \"none\":null, \"name\":2}";
     EXPECT_EQ(json(text, "name"), "a\"\u00e9\U0001F600\n");
-    EXPECT_EQ(json(text, "n"), "-1.5e+3");
-    EXPECT_EQ(json(text, "list"), "[1 , 2]");
+    EXPECT_EQ(json(text, "n"), "-1.5E+3");
+    EXPECT_EQ(json(text, "list"), "[1 , 2e1]");
     EXPECT_EQ(json(text, "inner"), "{\"x\": [1, {\"a\":\"}\"}], \"name\": 1}");
     EXPECT_EQ(json(text, "x"), "(none)");
 }
