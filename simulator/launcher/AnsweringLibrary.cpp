@@ -1,6 +1,7 @@
 #include "AnsweringLibrary.h"
 
 #include <filesystem>
+#include <stdexcept>
 
 namespace obrisim {
 
@@ -12,11 +13,10 @@ std::string ownExecutable()
 std::string answeringLibrary()
 {
     const auto prefix = std::filesystem::path(ownExecutable()).parent_path().parent_path();
-    for (const char* folder : {"lib/obri-camctl", OBRI_PRIVATE_LIBRARY_FOLDER})
-        if (const auto path = prefix / folder / "obri-simcam.so"; std::filesystem::exists(path))
-            return path.string();
-    throw std::filesystem::filesystem_error("the simulated camera's library is missing", prefix / "lib/obri-camctl",
-                                            std::make_error_code(std::errc::no_such_file_or_directory));
+    const auto path = prefix / "lib/obri-camctl/obri-simcam.so";
+    if (!std::filesystem::exists(path))
+        throw std::runtime_error("the simulated camera's library is missing: " + path.string());
+    return path.string();
 }
 
 } // namespace obrisim

@@ -9,7 +9,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
-#include <filesystem>
 #include <poll.h>
 #include <stdexcept>
 #include <sys/prctl.h>
@@ -45,7 +44,9 @@ Launcher::Launcher(const SOptions& options, std::vector<std::string> arguments)
     : m_options(options), m_arguments(std::move(arguments))
 {
     holdSignals();
+    m_sweeper = std::make_unique<Sweeper>();
     m_bus = std::make_unique<MockedBus>();
+    m_sweeper->add(m_bus->folder());
     openControl();
     plugCameras();
 }
@@ -56,18 +57,17 @@ Launcher::~Launcher()
         close(m_control);
     if (m_signals >= 0)
         close(m_signals);
-    std::error_code ignored;
-    std::filesystem::remove_all(m_folder, ignored);
 }
 
 // The program's side says through this pipe that the cable has been pulled.
 void Launcher::openControl()
 {
     const char* temporary = getenv("TMPDIR");
-    m_folder = std::string(temporary ? temporary : "/tmp") + "/obri-simcam.XXXXXX";
-    if (!mkdtemp(m_folder.data()))
-        fail(m_folder);
-    const std::string path = m_folder + "/control";
+    std::string folder = std::string(temporary ? temporary : "/tmp") + "/obri-simcam.XXXXXX";
+    if (!mkdtemp(folder.data()))
+        fail(folder);
+    m_sweeper->add(folder);
+    const std::string path = folder + "/control";
     if (mkfifo(path.c_str(), 0600) != 0)
         fail(path);
     m_control = open(path.c_str(), O_RDWR | O_NONBLOCK | O_CLOEXEC); // open for both: never an end of file
@@ -85,13 +85,13 @@ void Launcher::plugCameras()
         m_bus->plug(m_options, identityOf(m_options, 1, 2));
 }
 
-void Launcher::setEnvironment(const SOrigin& origin) const
+void Launcher::setEnvironment(const SOrigin& origin, const std::string& library) const
 {
     setenv(sArgumentsVariable, joinArguments(m_arguments).c_str(), 1);
     setenv(sOriginVariable, formatOrigin(origin).c_str(), 1);
     unsetenv("OBRI_SIMCAM_TRIED");
     const char* others = getenv("LD_PRELOAD");
-    setenv("LD_PRELOAD", (answeringLibrary() + (others && *others ? std::string(":") + others : "")).c_str(), 1);
+    setenv("LD_PRELOAD", (library + (others && *others ? std::string(":") + others : "")).c_str(), 1);
 }
 
 // Before any thread is started: umockdev's would otherwise take the signals and drop them.
@@ -106,13 +106,14 @@ void Launcher::holdSignals()
 
 int Launcher::run(char** program)
 {
+    const std::string library = answeringLibrary(); // here, where its absence can still be told
     m_child = fork();
     if (m_child < 0)
         fail("fork");
     if (m_child == 0) {
         sigprocmask(SIG_SETMASK, &m_signalsBefore, nullptr);
         prctl(PR_SET_PDEATHSIG, SIGTERM); // no camera without its launcher
-        setEnvironment(originNow(m_options));
+        setEnvironment(originNow(m_options), library);
         execvp(program[0], program);
         fprintf(stderr, "obri-simcam: %s: %s\n", program[0], strerror(errno));
         _exit(127);

@@ -2,6 +2,7 @@
 #include "../Environment.h"
 #include "../Options.h"
 #include "MockedBus.h"
+#include "Sweeper.h"
 
 #include <csignal>
 #include <memory>
@@ -30,7 +31,7 @@ private:
     void holdSignals();
     void plugCameras();
     void openControl();
-    void setEnvironment(const SOrigin& origin) const;
+    void setEnvironment(const SOrigin& origin, const std::string& library) const;
     int watch();
     void readControl();
     void replugWhenDue();
@@ -38,7 +39,7 @@ private:
 
     const SOptions m_options;
     const std::vector<std::string> m_arguments;
-    std::string m_folder; // the control pipe's, removed at the end
+    std::unique_ptr<Sweeper> m_sweeper;
     int m_control = -1, m_signals = -1;
     std::unique_ptr<MockedBus> m_bus;
     sigset_t m_signalsBefore;

@@ -1,7 +1,11 @@
 #include "MockedBus.h"
 
+#include <cerrno>
+#include <cstring>
+#include <pty.h>
 #include <stdexcept>
 #include <umockdev.h>
+#include <unistd.h>
 #include <utility>
 #include <vector>
 
@@ -107,11 +111,31 @@ static std::string describeNode(const SOptions& options, const SIdentity& identi
                           {"@name", options.name}});
 }
 
-MockedBus::MockedBus() : m_testbed(umockdev_testbed_new()) {}
+// umockdev makes a device node of a pseudo-terminal, and aborts when it gets none.
+static UMockdevTestbed* makeTestbed()
+{
+    int ends[2];
+    if (openpty(&ends[0], &ends[1], nullptr, nullptr, nullptr) != 0)
+        throw std::runtime_error(std::string("no pseudo-terminal to mock a device node with; is /dev/pts mounted? (") +
+                                 strerror(errno) + ")");
+    close(ends[0]);
+    close(ends[1]);
+    return umockdev_testbed_new();
+}
+
+MockedBus::MockedBus() : m_testbed(makeTestbed()) {}
 
 MockedBus::~MockedBus()
 {
     g_object_unref(m_testbed);
+}
+
+std::string MockedBus::folder() const
+{
+    gchar* path = umockdev_testbed_get_root_dir(m_testbed);
+    std::string folder(path);
+    g_free(path);
+    return folder;
 }
 
 // Adding announces the devices by itself.

@@ -2,9 +2,7 @@
 #include "../Camera.h"
 #include "../Options.h"
 
-#include <memory>
 #include <string>
-#include <vector>
 
 typedef struct _UMockdevTestbed UMockdevTestbed;
 
@@ -15,6 +13,7 @@ namespace obrisim {
 /// inside umockdev's environment.
 class MockedBus {
 public:
+    /// Throws std::runtime_error when the system lacks what devices are mocked with.
     MockedBus();
     ~MockedBus();
     MockedBus(const MockedBus&) = delete;
@@ -24,6 +23,9 @@ public:
     void plug(const SOptions& options, const SIdentity& identity);
     /// Takes the camera away again, children before parents, with the uevents of a pulled cable.
     void unplug(const SIdentity& identity);
+
+    /// The temporary folder.
+    std::string folder() const;
 
 private:
     UMockdevTestbed* m_testbed;

@@ -80,6 +80,16 @@ bool carriesMode(int flags)
     return (flags & O_CREAT) || (flags & O_TMPFILE) == O_TMPFILE;
 }
 
+/// Opens a camera's node, or goes on to the next library with the mode that the flags say is there.
+template <class Next>
+int openOr(const char* path, int flags, va_list& more, Next next)
+{
+    const int opened = openNode(path, flags);
+    if (opened != Bus::sNotOurs)
+        return static_cast<int>(answer(opened));
+    return next(carriesMode(flags) ? va_arg(more, mode_t) : mode_t{0});
+}
+
 long passOn(long number, const long (&a)[6])
 {
     static constinit Following<long(long, ...)> next("syscall");
@@ -133,31 +143,25 @@ EXPORTED long syscall(long number, ...)
 #define EXPORT_OPEN(name)                                                                                              \
     EXPORTED int name(const char* path, int flags, ...)                                                                \
     {                                                                                                                  \
-        const int opened = openNode(path, flags);                                                                      \
-        if (opened != Bus::sNotOurs)                                                                                   \
-            return static_cast<int>(answer(opened));                                                                   \
-        va_list arguments;                                                                                             \
-        va_start(arguments, flags);                                                                                    \
-        const mode_t mode = carriesMode(flags) ? va_arg(arguments, mode_t) : 0;                                        \
-        va_end(arguments);                                                                                             \
         static constinit Following<int(const char*, int, ...)> next(#name);                                            \
-        return next.get()(path, flags, mode);                                                                          \
+        va_list more;                                                                                                  \
+        va_start(more, flags);                                                                                         \
+        const int fd = openOr(path, flags, more, [&](mode_t mode) { return next.get()(path, flags, mode); });          \
+        va_end(more);                                                                                                  \
+        return fd;                                                                                                     \
     }
 EXPORT_OPEN(open)
 EXPORT_OPEN(open64)
 
 #define EXPORT_OPENAT(name)                                                                                            \
-    EXPORTED int name(int directory, const char* path, int flags, ...)                                                 \
+    EXPORTED int name(int folder, const char* path, int flags, ...)                                                    \
     {                                                                                                                  \
-        const int opened = openNode(path, flags);                                                                      \
-        if (opened != Bus::sNotOurs)                                                                                   \
-            return static_cast<int>(answer(opened));                                                                   \
-        va_list arguments;                                                                                             \
-        va_start(arguments, flags);                                                                                    \
-        const mode_t mode = carriesMode(flags) ? va_arg(arguments, mode_t) : 0;                                        \
-        va_end(arguments);                                                                                             \
         static constinit Following<int(int, const char*, int, ...)> next(#name);                                       \
-        return next.get()(directory, path, flags, mode);                                                               \
+        va_list more;                                                                                                  \
+        va_start(more, flags);                                                                                         \
+        const int fd = openOr(path, flags, more, [&](mode_t mode) { return next.get()(folder, path, flags, mode); });  \
+        va_end(more);                                                                                                  \
+        return fd;                                                                                                     \
     }
 EXPORT_OPENAT(openat)
 EXPORT_OPENAT(openat64)
