@@ -1,4 +1,4 @@
-#include "Program.h"
+#include "Observing.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -8,31 +8,24 @@ using testing::Not;
 
 namespace {
 
-size_t linesIn(const std::string& text)
+/// Expects one clear line and nothing asked of the camera.
+void expectRefused(Program& program, const std::string& reason)
 {
-    return static_cast<size_t>(std::count(text.begin(), text.end(), '\n'));
+    ASSERT_TRUE(program.waitForEnd());
+    EXPECT_EQ(program.exitStatus(), 1);
+    EXPECT_EQ(countLines(program.standardError(), ""), 1u) << program.standardError();
+    EXPECT_THAT(program.standardError(), HasSubstr(reason));
+    EXPECT_TRUE(program.cameraCommands().empty());
 }
 
 } // namespace
 
-TEST(CommandLine, WrongOptionIsOneClearLine)
+TEST(CommandLine, WrongOptionOrMissingDisplayIsOneClearLine)
 {
-    Program program({.arguments = {"--no-gui", "--observer=me", "--nonsense"}, .withDisplay = false});
-    ASSERT_TRUE(program.waitForEnd());
-    EXPECT_EQ(program.exitStatus(), 1);
-    EXPECT_EQ(linesIn(program.standardError()), 1u) << program.standardError();
-    EXPECT_THAT(program.standardError(), HasSubstr("--observer"));
-    EXPECT_TRUE(program.cameraCommands().empty());
-}
-
-TEST(CommandLine, MissingDisplayIsOneClearLine)
-{
-    Program program({.withDisplay = false});
-    ASSERT_TRUE(program.waitForEnd());
-    EXPECT_EQ(program.exitStatus(), 1);
-    EXPECT_EQ(linesIn(program.standardError()), 1u) << program.standardError();
-    EXPECT_THAT(program.standardError(), HasSubstr("display"));
-    EXPECT_TRUE(program.cameraCommands().empty());
+    Program wrong({.arguments = {"--no-gui", "--observer=me", "--nonsense"}, .withDisplay = false});
+    expectRefused(wrong, "--observer");
+    Program blind({.withDisplay = false});
+    expectRefused(blind, "display");
 }
 
 // Fails when a second terminal can disturb the program that waits for the event.
@@ -58,8 +51,6 @@ TEST(CommandLine, SecondStartLeavesTheRunningProgramAlone)
     EXPECT_FALSE(running.hasEnded());
     EXPECT_THAT(running.standardOutput(), Not(HasSubstr("objectName: other")));
     ASSERT_TRUE(running.waitUntilEnabled("startRecordingAdv"));
-    running.activate("quit");
-    ASSERT_TRUE(running.waitForEnd());
-    EXPECT_EQ(running.exitStatus(), 0);
+    quit(running);
     EXPECT_THAT(running.standardOutput(), HasSubstr("Quit requested\n"));
 }

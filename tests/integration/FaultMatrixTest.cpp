@@ -6,10 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cerrno>
-#include <cstring>
 #include <fstream>
-#include <sstream>
 #include <thread>
 
 using testing::HasSubstr;
@@ -68,19 +65,18 @@ std::vector<std::string> optionsOf(const SRun& run, size_t at)
     return options;
 }
 
-/// The program's own lines, each once with its number; the library's are left out.
+/// The program's own lines, each once with its number; the libraries' are left out.
 std::string linesSaid(const Program& program)
 {
-    std::istringstream lines(program.standardError());
     std::vector<std::pair<std::string, int>> said;
-    for (std::string line; std::getline(lines, line);) {
+    for (const std::string& line : linesOf(program.standardError())) {
         if (line.empty() || line.starts_with("libv4l2") || line.starts_with("** (obri-camctl:"))
             continue;
         const auto same = std::find_if(said.begin(), said.end(), [&](const auto& each) { return each.first == line; });
-        if (same != said.end())
-            ++same->second;
-        else
+        if (same == said.end())
             said.emplace_back(line, 1);
+        else
+            ++same->second;
     }
     std::string text;
     for (const auto& [line, times] : said)

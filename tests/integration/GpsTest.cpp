@@ -3,8 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <charconv>
-#include <sstream>
+#include <chrono>
 
 using testing::HasSubstr;
 using testing::Not;
@@ -45,68 +44,43 @@ std::vector<SNight> nights()
             {"LastYearBegins", 2058y / 1 / 1, 0}};
 }
 
-int yearOf(SysNs time)
+bool isInRange(int64_t since2010Ns)
 {
-    return static_cast<int>(year_month_day(std::chrono::floor<std::chrono::days>(time)).year());
+    const auto day = std::chrono::floor<std::chrono::days>(s2010 + Nanoseconds(since2010Ns));
+    return year_month_day(day).year() >= 2010y && year_month_day(day).year() <= 2058y;
 }
 
-bool isInRange(SysNs time)
+/// Nanoseconds since 2010 that a record holds for a time of the camera; a year that cannot be converted leaves the
+/// first second of 1970 with the milliseconds.
+int64_t recordedNs(int64_t since2010Ns)
 {
-    return yearOf(time) >= 2010 && yearOf(time) <= 2058;
-}
-
-/// The camera's frame times as its log tells them, to the nanosecond.
-struct SCameraTimes {
-    SysNs start, end;
-};
-
-std::map<uint32_t, SCameraTimes> cameraTimes(const Program& program)
-{
-    std::map<uint32_t, SCameraTimes> times;
-    for (const std::string& line : program.frameLog()) {
-        std::istringstream words(line);
-        uint32_t id = 0;
-        std::string fate;
-        int64_t start = 0, end = 0;
-        words >> id >> fate >> start >> end;
-        times[id] = {SysNs(Nanoseconds(start)), SysNs(Nanoseconds(end))};
-    }
-    return times;
-}
-
-/// Nanoseconds since 2010 that a record holds for a time: whole milliseconds; a year that cannot be converted
-/// leaves the first second of 1970 with the milliseconds.
-int64_t recordedNs(SysNs time)
-{
-    const auto ms = std::chrono::floor<std::chrono::milliseconds>(time);
-    if (isInRange(time))
-        return Nanoseconds(ms - s2010).count();
-    const auto part = ms - std::chrono::floor<std::chrono::seconds>(time);
-    return Nanoseconds(part).count() - Nanoseconds(s2010.time_since_epoch()).count();
+    const SysNs time = s2010 + Nanoseconds(since2010Ns);
+    const Nanoseconds part = time - std::chrono::floor<std::chrono::seconds>(time);
+    return isInRange(since2010Ns) ? since2010Ns : (part - s2010.time_since_epoch()).count();
 }
 
 /// What stands for the time of a frame as a whole; a failed conversion leaves the first moment of 1601.
-int64_t systemTimeNs(SysNs start)
+int64_t systemTimeNs(int64_t startNs)
 {
     constexpr uint64_t sTicksOf1601 = 504911232000000000, sTicksOf2010 = 633979008000000000;
-    return isInRange(start) ? recordedNs(start) : static_cast<int64_t>((sTicksOf1601 - sTicksOf2010) * 100);
+    return isInRange(startNs) ? startNs : static_cast<int64_t>((sTicksOf1601 - sTicksOf2010) * 100);
 }
 
-bool hasFix(SysNs start, SysNs switchOn)
+bool hasFix(const SCameraFrame& frame, SysNs switchOn)
 {
-    const auto passed = start - switchOn;
+    const auto passed = s2010 + Nanoseconds(frame.startNs) - switchOn;
     const bool isLost = passed >= sLoseFrom && passed < sLoseFrom + sLoseFor;
     return passed >= sFixAfter && !isLost;
 }
 
-void expectRecorded(const obriadv::SAdvFrame& frame, const SCameraTimes& sent, SysNs switchOn)
+void expectRecorded(const obriadv::SAdvFrame& frame, const SCameraFrame& sent, SysNs switchOn)
 {
-    EXPECT_EQ(frame.startNs, recordedNs(sent.start));
-    EXPECT_EQ(frame.endNs, recordedNs(sent.end));
+    EXPECT_EQ(frame.startNs, recordedNs(sent.startNs));
+    EXPECT_EQ(frame.endNs, recordedNs(sent.endNs));
     EXPECT_EQ(frame.midNs, (static_cast<uint64_t>(frame.startNs) + static_cast<uint64_t>(frame.endNs)) >> 1);
-    EXPECT_EQ(frame.status.systemTimeNs, systemTimeNs(sent.start));
-    EXPECT_EQ(frame.status.fixStatus, hasFix(sent.start, switchOn) ? 3 : 0);
-    EXPECT_EQ(frame.status.satellites > 3, hasFix(sent.start, switchOn));
+    EXPECT_EQ(frame.status.systemTimeNs, systemTimeNs(sent.startNs));
+    EXPECT_EQ(frame.status.fixStatus, hasFix(sent, switchOn) ? 3 : 0);
+    EXPECT_EQ(frame.status.satellites > 3, hasFix(sent, switchOn));
 }
 
 class NightOf : public testing::TestWithParam<SNight> {};
@@ -124,23 +98,24 @@ TEST_P(NightOf, RecordsTimesAndFixAsTheCameraSentThem)
                                    text(sFixAfter), "--gps-lose", text(sLoseFrom) + "," + text(sLoseFor)}});
     ASSERT_NO_FATAL_FAILURE(streamAt(program, sSmallSize));
     ASSERT_NO_FATAL_FAILURE(startRecording(program));
-    ASSERT_TRUE(waitFor([&] { return cameraTimes(program).rbegin()->second.start > switchOn + sEnd; }));
+    const int64_t endNs = Nanoseconds(switchOn + sEnd - s2010).count();
+    ASSERT_TRUE(waitFor([&] { return parseFrameLog(program.frameLog()).rbegin()->second.startNs > endNs; }));
     ASSERT_NO_FATAL_FAILURE(stopRecording(program));
     quit(program);
 
     obriadv::AdvFile file;
     ASSERT_EQ(file.open(program.folder() / "recording.adv"), "");
-    const auto sent = cameraTimes(program);
+    const auto sent = parseFrameLog(program.frameLog());
     size_t fixChanges = 0, failures = 0;
     for (size_t n = 0; n < file.frames().size() && !HasFailure(); ++n) {
         const obriadv::SAdvFrame& frame = file.frames()[n];
         const auto at = sent.find(frame.status.cameraFrameId);
         ASSERT_NE(at, sent.end());
         expectRecorded(frame, at->second, switchOn);
-        failures += !isInRange(at->second.start);
+        failures += !isInRange(at->second.startNs);
         fixChanges += n > 0 && frame.status.fixStatus != file.frames()[n - 1].status.fixStatus;
     }
-    if (hasFix(sent.at(file.frames().front().status.cameraFrameId).start, switchOn))
+    if (hasFix(sent.at(file.frames().front().status.cameraFrameId), switchOn))
         GTEST_SKIP() << "the machine is too slow: the night had begun before the recording";
     EXPECT_EQ(fixChanges, 3u) << "found, lost and found again";
 
@@ -151,7 +126,7 @@ TEST_P(NightOf, RecordsTimesAndFixAsTheCameraSentThem)
         EXPECT_THAT(program.log(), HasSubstr(warning));
         EXPECT_GT(failures, 10u);
     }
-    const SHeld held = framesHeld(program.folder() / "recording.adv", parseFrameLog(program.frameLog()));
+    const SHeld held = framesHeld(program.folder() / "recording.adv", sent);
     EXPECT_EQ(held.missing, 0u);
     printf("night %s: %zu frames, %zu of a year beyond the range\n", night.name, held.frames, failures);
 }

@@ -5,18 +5,11 @@
 
 #include <map>
 #include <mutex>
-#include <thread>
 
 using testing::IsEmpty;
 
 namespace {
 
-constexpr char sInterface[] = "org.gnome.SessionManager", sPath[] = "/org/gnome/SessionManager";
-constexpr char sDescription[] = "<node><interface name='org.gnome.SessionManager'>"
-                                "<method name='Inhibit'><arg type='s' direction='in'/><arg type='u' direction='in'/>"
-                                "<arg type='s' direction='in'/><arg type='u' direction='in'/>"
-                                "<arg type='u' direction='out'/></method>"
-                                "<method name='Uninhibit'><arg type='u' direction='in'/></method></interface></node>";
 constexpr uint32_t sLogoutSuspendIdle = 1 | 4 | 8;
 
 /// The part of a desktop that can be asked to stay awake, on the bus of the tests for as long as the object lives.
@@ -24,24 +17,13 @@ class SessionManagerFake {
 public:
     SessionManagerFake()
     {
-        g_main_context_push_thread_default(m_context); // calls are answered in our thread
-        GDBusNodeInfo* description = g_dbus_node_info_new_for_xml(sDescription, nullptr);
-        static constexpr GDBusInterfaceVTable sTable{onCall, nullptr, nullptr, {}};
-        m_object = g_dbus_connection_register_object(bus(), sPath, description->interfaces[0], &sTable, this, nullptr,
-                                                     nullptr);
-        g_dbus_node_info_unref(description);
-        g_main_context_pop_thread_default(m_context);
+        m_filter = g_dbus_connection_add_filter(bus(), onMessage, this, nullptr);
         callBus("RequestName", g_variant_new("(su)", sInterface, 0));
-        m_thread = std::thread([this] { g_main_loop_run(m_loop); });
     }
     ~SessionManagerFake()
     {
         callBus("ReleaseName", g_variant_new("(s)", sInterface));
-        g_dbus_connection_unregister_object(bus(), m_object);
-        g_main_loop_quit(m_loop);
-        m_thread.join();
-        g_main_loop_unref(m_loop);
-        g_main_context_unref(m_context);
+        g_dbus_connection_remove_filter(bus(), m_filter);
     }
 
     /// What each request that is in force holds off.
@@ -55,6 +37,7 @@ public:
     }
 
 private:
+    static constexpr char sInterface[] = "org.gnome.SessionManager";
     static GDBusConnection* bus() { return Desktop::instance().bus(); }
 
     static void callBus(const char* method, GVariant* arguments)
@@ -65,30 +48,37 @@ private:
             g_variant_unref(answer);
     }
 
-    static void onCall(GDBusConnection*, const char*, const char*, const char*, const char* method, GVariant* arguments,
-                       GDBusMethodInvocation* invocation, void* data)
+    /// Answers in the connection's own thread what is meant for us.
+    static GDBusMessage* onMessage(GDBusConnection*, GDBusMessage* message, gboolean isIncoming, void* data)
     {
-        auto* self = static_cast<SessionManagerFake*>(data);
-        const std::lock_guard guard(self->m_lock);
-        uint32_t number = 0; // the flags of the request, or the cookie of one that ends
-        if (std::string(method) == "Inhibit") {
-            g_variant_get_child(arguments, 3, "u", &number);
-            self->m_requests[++self->m_lastCookie] = number;
-            g_dbus_method_invocation_return_value(invocation, g_variant_new("(u)", self->m_lastCookie));
-        } else {
-            g_variant_get_child(arguments, 0, "u", &number);
-            self->m_requests.erase(number);
-            g_dbus_method_invocation_return_value(invocation, nullptr);
-        }
+        const char* interface = g_dbus_message_get_interface(message);
+        if (!isIncoming || g_strcmp0(interface, sInterface) != 0)
+            return message;
+        const GObjectHandle<GDBusMessage> answer(g_dbus_message_new_method_reply(message));
+        if (GVariant* body = static_cast<SessionManagerFake*>(data)->answer(g_dbus_message_get_member(message),
+                                                                            g_dbus_message_get_body(message)))
+            g_dbus_message_set_body(answer.get(), body);
+        g_dbus_connection_send_message(bus(), answer.get(), G_DBUS_SEND_MESSAGE_FLAGS_NONE, nullptr, nullptr);
+        g_object_unref(message);
+        return nullptr;
     }
 
-    GMainContext* m_context = g_main_context_new();
-    GMainLoop* m_loop = g_main_loop_new(m_context, FALSE);
-    guint m_object = 0;
+    GVariant* answer(const std::string& method, GVariant* arguments)
+    {
+        const std::lock_guard guard(m_lock);
+        const bool isRequest = method == "Inhibit";
+        uint32_t number = 0; // the flags of the request, or the cookie of one that ends
+        g_variant_get_child(arguments, isRequest ? 3 : 0, "u", &number);
+        if (!isRequest)
+            return m_requests.erase(number), nullptr;
+        m_requests[++m_lastCookie] = number;
+        return g_variant_new("(u)", m_lastCookie);
+    }
+
+    guint m_filter = 0;
     mutable std::mutex m_lock;
     std::map<uint32_t, uint32_t> m_requests; ///< by cookie
     uint32_t m_lastCookie = 0;
-    std::thread m_thread;
 };
 
 } // namespace

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <sstream>
 
 using testing::IsEmpty;
 using testing::SizeIs;
@@ -41,6 +42,22 @@ std::vector<SEvent> eventsIn(const std::vector<obriadv::SLightPoint>& points)
         events.push_back({(start + part * (end - start)) / sNsPerS, from > middle});
     }
     return events;
+}
+
+/// What is said about the frame log as a whole: the numbers behind "# NAME", on the line that begins so.
+std::vector<double> numbersAfter(const std::filesystem::path& log, const std::string& name);
+std::vector<double> numbersAfter(const std::filesystem::path& log, const std::string& name)
+{
+    const std::string start = "# " + name + " ";
+    std::vector<double> numbers;
+    for (const std::string& line : linesOf(contentsOf(log))) {
+        if (!line.starts_with(start))
+            continue;
+        std::istringstream words(line.substr(start.size()));
+        for (double number; words >> number;)
+            numbers.push_back(number);
+    }
+    return numbers;
 }
 
 /// What the camera's schedule holds between two moments, seconds since 2010.

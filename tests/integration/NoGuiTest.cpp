@@ -3,24 +3,14 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <regex>
-#include <sstream>
 
 using testing::ContainsRegex;
 using testing::HasSubstr;
 using testing::StartsWith;
 
 namespace {
-
-// The simulator's own lines never mix with the program's: it writes to standard error only.
-std::vector<std::string> linesOf(const std::string& text)
-{
-    std::vector<std::string> lines;
-    std::istringstream stream(text);
-    for (std::string line; std::getline(stream, line);)
-        lines.push_back(line);
-    return lines;
-}
 
 // Takes the lines that match the patterns, in their order; false when one is missing.
 bool takeInOrder(std::vector<std::string>& lines, const std::vector<std::string>& patterns, std::string& missing)

@@ -6,10 +6,8 @@
 #include <cstdlib>
 #include <fstream>
 #include <regex>
-#include <sstream>
 #include <sys/resource.h>
 #include <unistd.h>
-#include <unordered_map>
 
 namespace {
 
@@ -149,67 +147,11 @@ std::vector<std::filesystem::path> filesIn(const std::filesystem::path& folder, 
     return files;
 }
 
-size_t framesIn(const std::filesystem::path& recording)
-{
-    obriadv::AdvFile file;
-    return file.open(recording).empty() ? file.frames().size() : 0;
-}
-
 size_t countLines(const std::string& text, const std::string& phrase)
 {
-    std::istringstream lines(text);
-    size_t count = 0;
-    for (std::string line; std::getline(lines, line);)
-        count += line.find(phrase) != std::string::npos;
-    return count;
-}
-
-std::vector<double> numbersAfter(const std::filesystem::path& log, const std::string& name)
-{
-    std::istringstream lines(contentsOf(log));
-    const std::string start = "# " + name + " ";
-    std::vector<double> numbers;
-    for (std::string line; std::getline(lines, line);) {
-        if (!line.starts_with(start))
-            continue;
-        std::istringstream words(line.substr(start.size()));
-        for (double number; words >> number;)
-            numbers.push_back(number);
-    }
-    return numbers;
-}
-
-SHeld framesHeld(const std::filesystem::path& recording, const std::map<uint32_t, SCameraFrame>& camera)
-{
-    SHeld held;
-    std::unordered_map<uint64_t, uint32_t> idOf;
-    for (const auto& [id, frame] : camera)
-        if (frame.sent)
-            idOf[frame.hash] = id;
-
-    obriadv::AdvFile file;
-    std::string error = file.open(recording);
-    if (!error.empty()) {
-        held.strangers.push_back(error);
-        return held;
-    }
-    held.frames = file.frames().size();
-    std::vector<uint16_t> pixels;
-    for (size_t n = 0; n < held.frames; ++n) {
-        const bool isRead = file.readPixels(n, pixels, error);
-        const auto sent = isRead ? idOf.find(hashOf(pixels)) : idOf.end();
-        if (sent == idOf.end() || (held.span && sent->second <= held.span->second))
-            held.strangers.push_back("frame " + std::to_string(n));
-        else
-            held.span = {held.span ? held.span->first : sent->second, sent->second};
-    }
-    if (!held.span)
-        return held;
-    size_t sent = 0;
-    for (auto at = camera.find(held.span->first); at != camera.upper_bound(held.span->second); ++at)
-        ++(at->second.sent ? sent : held.lostByCamera);
-    held.missing = sent + held.strangers.size() - held.frames;
-    return held;
+    const auto lines = linesOf(text);
+    return static_cast<size_t>(std::count_if(
+        lines.begin(), lines.end(), [&](const std::string& line) { return line.find(phrase) != std::string::npos; }));
 }
 
 std::optional<size_t> lossToldBy(const Program& program)

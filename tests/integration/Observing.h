@@ -5,7 +5,6 @@
 
 #include <optional>
 #include <string>
-#include <utility>
 #include <vector>
 
 // What an observer does in every run, and how what came of it is judged.
@@ -61,23 +60,7 @@ void quit(Program& program);
 size_t endedRecordings(const Program& program);
 /// Files of a folder with an extension, by name; none when there is no such folder.
 std::vector<std::filesystem::path> filesIn(const std::filesystem::path& folder, const std::string& extension);
-/// Frames that a recording holds; 0 when it cannot be read.
-size_t framesIn(const std::filesystem::path& recording);
 /// Lines of a text that hold a phrase.
 size_t countLines(const std::string& text, const std::string& phrase);
-/// What is said about the frame log as a whole: the numbers behind "# NAME", on the line that begins so.
-std::vector<double> numbersAfter(const std::filesystem::path& log, const std::string& name);
-
-/// What a recording holds of the camera's frames, told by their pixels alone: right also where counters and times
-/// of frames are damaged.
-struct SHeld {
-    size_t frames = 0;
-    size_t missing = 0;                 ///< sent between the first and the last that is held
-    size_t lostByCamera = 0;            ///< made in that span and never sent
-    std::vector<std::string> strangers; ///< frames of the file that the camera did not send, or not in this order
-    std::optional<std::pair<uint32_t, uint32_t>> span = {}; ///< the camera's numbers of the first and the last
-};
-SHeld framesHeld(const std::filesystem::path& recording, const std::map<uint32_t, SCameraFrame>& camera);
-
 /// Frames lost by the program's own count, as its log tells after a recording; none when it does not.
 std::optional<size_t> lossToldBy(const Program& program);

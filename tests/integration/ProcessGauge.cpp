@@ -1,16 +1,11 @@
 #include "ProcessGauge.h"
 
 #include <algorithm>
-#include <chrono>
 #include <filesystem>
 #include <fstream>
+#include <string>
 
 namespace {
-
-double now()
-{
-    return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count();
-}
 
 size_t entriesOf(const std::filesystem::path& folder)
 {
@@ -23,8 +18,6 @@ size_t entriesOf(const std::filesystem::path& folder)
 
 } // namespace
 
-ProcessGauge::ProcessGauge(int processId) : m_processId(processId), m_start(now()) {}
-
 bool ProcessGauge::sample()
 {
     const std::filesystem::path process = "/proc/" + std::to_string(m_processId);
@@ -35,7 +28,6 @@ bool ProcessGauge::sample()
             status >> sample.residentKiB;
     if (sample.residentKiB == 0)
         return false;
-    sample.seconds = now() - m_start;
     sample.descriptors = entriesOf(process / "fd");
     sample.threads = entriesOf(process / "task");
     m_samples.push_back(sample);

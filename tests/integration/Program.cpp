@@ -20,14 +20,11 @@ constexpr char sTitle[] = "OBRI Cam Control";
 constexpr char sActionsInterface[] = "org.gtk.Actions";
 constexpr int sBusTimeoutMs = 60'000; // of a busy machine; the window may stand still on purpose, too
 
-/// The whole lines of a log but for comments; the last one may still be in the writing.
-std::vector<std::string> linesOf(const std::filesystem::path& path)
+/// Of a log of the simulated camera, but for comments.
+std::vector<std::string> entriesOf(const std::filesystem::path& log)
 {
-    std::ifstream file(path);
-    std::vector<std::string> lines;
-    for (std::string line; std::getline(file, line) && !file.eof();)
-        if (!line.empty() && line.front() != '#')
-            lines.push_back(line);
+    auto lines = linesOf(contentsOf(log));
+    std::erase_if(lines, [](const std::string& line) { return line.empty() || line.front() == '#'; });
     return lines;
 }
 
@@ -92,6 +89,15 @@ std::string contentsOf(const std::filesystem::path& path)
     return text.str();
 }
 
+std::vector<std::string> linesOf(const std::string& text)
+{
+    std::vector<std::string> lines;
+    size_t begin = 0;
+    for (size_t end; (end = text.find('\n', begin)) != std::string::npos; begin = end + 1)
+        lines.push_back(text.substr(begin, end - begin));
+    return lines;
+}
+
 Program::Program(SOptions options) : m_folder(temporaryFolder())
 {
     if (options.prepare)
@@ -128,7 +134,7 @@ std::string Program::log() const
 std::vector<std::string> Program::cameraCommands() const
 {
     std::vector<std::string> commands;
-    for (const std::string& line : linesOf(m_folder / "commands.txt"))
+    for (const std::string& line : entriesOf(m_folder / "commands.txt"))
         if (line.size() >= 14)
             commands.push_back(line.substr(line.size() - 14));
     return commands;
@@ -136,7 +142,7 @@ std::vector<std::string> Program::cameraCommands() const
 
 std::vector<std::string> Program::frameLog() const
 {
-    return linesOf(m_folder / "frames.txt");
+    return entriesOf(m_folder / "frames.txt");
 }
 
 bool Program::waitForWindow()

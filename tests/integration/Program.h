@@ -21,6 +21,9 @@ bool waitFor(const std::function<bool()>& condition, Seconds deadline = sPatienc
 /// The whole text of a file; empty when there is none.
 std::string contentsOf(const std::filesystem::path& path);
 
+/// The lines of a text; what stands behind the last line end may still be in the writing, and is left out.
+std::vector<std::string> linesOf(const std::string& text);
+
 /// One run of the shipped program with the simulated camera, in a folder of its own, used as an observer uses it:
 /// window actions over the session bus, key events, signals. Everything it wrote can be read while it runs.
 class Program {

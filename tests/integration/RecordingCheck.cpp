@@ -3,6 +3,7 @@
 #include <charconv>
 #include <sstream>
 #include <stdexcept>
+#include <unordered_map>
 
 namespace {
 
@@ -127,4 +128,43 @@ std::vector<std::string> differences(const std::filesystem::path& recording,
     }
     compareIndex(file, findings);
     return findings.take();
+}
+
+size_t framesIn(const std::filesystem::path& recording)
+{
+    obriadv::AdvFile file;
+    return file.open(recording).empty() ? file.frames().size() : 0;
+}
+
+SHeld framesHeld(const std::filesystem::path& recording, const std::map<uint32_t, SCameraFrame>& camera)
+{
+    SHeld held;
+    std::unordered_map<uint64_t, uint32_t> idOf;
+    for (const auto& [id, frame] : camera)
+        if (frame.sent)
+            idOf[frame.hash] = id;
+
+    obriadv::AdvFile file;
+    std::string error = file.open(recording);
+    if (!error.empty()) {
+        held.strangers.push_back(error);
+        return held;
+    }
+    held.frames = file.frames().size();
+    std::vector<uint16_t> pixels;
+    for (size_t n = 0; n < held.frames; ++n) {
+        const bool isRead = file.readPixels(n, pixels, error);
+        const auto sent = isRead ? idOf.find(hashOf(pixels)) : idOf.end();
+        if (sent == idOf.end() || (held.span && sent->second <= held.span->second))
+            held.strangers.push_back("frame " + std::to_string(n));
+        else
+            held.span = {held.span ? held.span->first : sent->second, sent->second};
+    }
+    if (!held.span)
+        return held;
+    size_t sent = 0;
+    for (auto at = camera.find(held.span->first); at != camera.upper_bound(held.span->second); ++at)
+        ++(at->second.sent ? sent : held.lostByCamera);
+    held.missing = sent + held.strangers.size() - held.frames;
+    return held;
 }

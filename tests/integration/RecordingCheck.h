@@ -5,7 +5,9 @@
 #include <cstdint>
 #include <filesystem>
 #include <map>
+#include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 /// One line of the simulated camera's frame log.
@@ -33,3 +35,17 @@ enum class EPixels { AsSent, MayBeStamped };
 /// the file is accounted for.
 std::vector<std::string> differences(const std::filesystem::path& recording,
                                      const std::map<uint32_t, SCameraFrame>& camera, EPixels pixels = EPixels::AsSent);
+
+/// Frames that a recording holds; 0 when it cannot be read.
+size_t framesIn(const std::filesystem::path& recording);
+
+/// What a recording holds of the camera's frames, told by their pixels alone: right also where counters and times
+/// of frames are damaged.
+struct SHeld {
+    size_t frames = 0;
+    size_t missing = 0;                 ///< sent between the first and the last that is held
+    size_t lostByCamera = 0;            ///< made in that span and never sent
+    std::vector<std::string> strangers; ///< frames of the file that the camera did not send, or not in this order
+    std::optional<std::pair<uint32_t, uint32_t>> span = {}; ///< the camera's numbers of the first and the last
+};
+SHeld framesHeld(const std::filesystem::path& recording, const std::map<uint32_t, SCameraFrame>& camera);

@@ -3,8 +3,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <sstream>
-
 using testing::ElementsAre;
 using testing::ElementsAreArray;
 
@@ -72,11 +70,10 @@ const SStep sSteps[] = {
 /// The lines of standard output by which a setting is told, oldest first.
 std::vector<std::string> settingsTold(const Program& program)
 {
-    std::istringstream output(program.standardOutput());
-    std::vector<std::string> lines;
-    for (std::string line; std::getline(output, line);)
-        if (line.starts_with("set") || line.starts_with("onCmb") || line == "MainWindow constructor complete")
-            lines.push_back(line);
+    auto lines = linesOf(program.standardOutput());
+    std::erase_if(lines, [](const std::string& line) {
+        return !line.starts_with("set") && !line.starts_with("onCmb") && line != "MainWindow constructor complete";
+    });
     return lines;
 }
 

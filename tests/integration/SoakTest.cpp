@@ -165,7 +165,7 @@ void printFigures(const ProcessGauge& gauge, size_t actions, size_t recorded, co
     for (const auto& [id, frame] : parseFrameLog(program.frameLog()))
         ++(frame.sent ? sent : lost);
     printf("soak: %.0f s, %zu actions, camera sent %zu frames and dropped %zu for want of a buffer, %zu recorded\n",
-           gauge.samples().back().seconds, actions, sent, lost, recorded);
+           soakSeconds(), actions, sent, lost, recorded);
     for (const double share : {0.25, 0.5, 0.75, 0.99})
         printf("soak: after %2.0f %%: %zu KiB resident, %zu descriptors, %zu threads\n", share * 100,
                gauge.median(&SProcessSample::residentKiB, share - 0.1, share),

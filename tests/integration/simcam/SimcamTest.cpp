@@ -1,13 +1,9 @@
 // The mocked device, judged by programs that know real ones.
-#include "Packer.h"
-#include "SensorMode.h"
-
 #include <array>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
-#include <memory>
 #include <sstream>
 #include <string>
 #include <sys/wait.h>
@@ -57,55 +53,7 @@ std::vector<std::vector<std::string>> framesIn(const std::string& path)
     return frames;
 }
 
-/// The pixels of one frame as v4l2-ctl stored it, taken apart bit by bit.
-std::vector<uint16_t> samplesOf(const std::vector<uint8_t>& bytes, bool packed)
-{
-    const auto word = [&](size_t i) { return bytes[2 * i] | bytes[2 * i + 1] << 8; };
-    std::vector<uint16_t> samples;
-    for (size_t i = 0; !packed && i < bytes.size() / 2; ++i)
-        samples.push_back(static_cast<uint16_t>((word(i) & 0xff) << 4 | word(i) >> 8));
-    for (size_t i = 0; packed && i < bytes.size() / 2; i += 6) {
-        const int a0 = word(i), a1 = word(i + 1), a2 = word(i + 2), a3 = word(i + 3), a4 = word(i + 4),
-                  a5 = word(i + 5);
-        for (const int sample : {a0 >> 4, a1 >> 4, a2 >> 8 << 4 | (a0 & 15), a3 >> 8 << 4 | (a1 & 15),
-                                 (a2 & 255) | a4 >> 12 << 8, (a3 & 255) | a5 >> 12 << 8, a4 & 4095, a5 & 4095})
-            samples.push_back(static_cast<uint16_t>(sample));
-    }
-    return samples;
-}
-
-class SentFrames : public testing::TestWithParam<obrisim::SSensorMode> {};
-
 } // namespace
-
-// A wrong offset, a buffer given out twice, a torn or repeated frame would differ from the log.
-TEST_P(SentFrames, ArriveWithEveryPixelAndInOrder)
-{
-    const auto mode = GetParam();
-    const std::string log = scratch("frames.log"), stored = scratch("frames.raw");
-    const std::string size = "width=" + std::to_string(mode.words) + ",height=" + std::to_string(mode.height);
-    const SOutcome outcome = simcam("--pace buffers --start-time 1700000000 --frame-log " + log,
-                                    "v4l2-ctl -d /dev/video0 --set-fmt-video=" + size +
-                                        " --stream-mmap=5 --stream-count=12 --stream-to=" + stored);
-    ASSERT_EQ(outcome.status, 0) << outcome.output;
-    const auto frames = framesIn(log);
-    ASSERT_GE(frames.size(), 12u);
-    std::ifstream file(stored, std::ios::binary);
-    for (size_t i = 0; i < 12; ++i) {
-        std::vector<uint8_t> bytes(static_cast<size_t>(mode.bytes()));
-        ASSERT_TRUE(file.read(reinterpret_cast<char*>(bytes.data()), mode.bytes()));
-        const auto samples = samplesOf(bytes, mode.isPacked());
-        ASSERT_EQ(samples.size(), size_t(mode.width) * mode.height);
-        char hash[32];
-        snprintf(hash, sizeof hash, "%016lx",
-                 obrisim::hashPixels(obrisim::sFnvBasis, samples.data(), static_cast<int>(samples.size())));
-        EXPECT_EQ(frames[i][0], std::to_string(i + 1));
-        EXPECT_EQ(frames[i][6], hash) << "frame " << i + 1;
-    }
-}
-INSTANTIATE_TEST_SUITE_P(Size, SentFrames, testing::ValuesIn(obrisim::sensorModes()), [](const auto& kase) {
-    return std::to_string(kase.param.width) + "x" + std::to_string(kase.param.height);
-});
 
 TEST(Simcam, SameSeedSameFrames)
 {
@@ -128,19 +76,6 @@ TEST(Simcam, SatisfiesTheComplianceTest)
     EXPECT_TRUE(streaming.has("Failed: 3,")) << streaming.output;
     for (const char* passed : {"test blocking wait: OK", "test read/write: OK"})
         EXPECT_TRUE(streaming.has(passed)) << streaming.output;
-}
-
-TEST(Simcam, HoldsItsFastestRate)
-{
-    const std::string log = scratch("fast.log");
-    const SOutcome outcome = simcam("--exposure 1 --frame-log " + log,
-                                    "v4l2-ctl -d /dev/video0 --set-fmt-video=width=176,height=128 --stream-mmap=5 "
-                                    "--stream-count=1000 --stream-to=/dev/null");
-    ASSERT_EQ(outcome.status, 0) << outcome.output;
-    const auto frames = framesIn(log);
-    ASSERT_GE(frames.size(), 1000u);
-    // Two milliseconds apart by the camera's clock, however late the threads of a busy machine come.
-    EXPECT_EQ(std::stoll(frames[999][2]) - std::stoll(frames[0][2]), 999 * 2'000'000LL);
 }
 
 TEST(Simcam, ListsItsNodesAsTheKernelDoes)
