@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <fcntl.h>
+#include <span>
 #include <sys/eventfd.h>
 #include <sys/select.h>
 #include <unistd.h>

@@ -1,7 +1,6 @@
 #include "SensorMode.h"
 
 #include <algorithm>
-#include <cstdlib>
 
 namespace obrisim {
 

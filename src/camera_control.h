@@ -24,8 +24,8 @@ void setOverlayMode(int m); ///< 0..3; anything else switches both parts off
 void leaveObriMode();
 
 // The commands on the wire: five bytes for control 5 of the extension unit, the code and its argument; unused bytes
-// are zero.
-enum class EArgument : uint8_t { Switch, Low8, HighFirst16, TwoBits };
+// are zero. Of the two forms of 16 bits, both high byte first, one shifts and one divides: they differ below 0.
+enum class EArgument : uint8_t { Switch, Low8, Shifted16, Divided16, TwoBits };
 
 struct SCameraCommand {
     uint8_t code;
@@ -33,10 +33,10 @@ struct SCameraCommand {
 };
 
 constexpr SCameraCommand sObriModeCommand{'p', EArgument::Switch};
-constexpr SCameraCommand sExposureCommand{'i', EArgument::HighFirst16}; // milliseconds
-constexpr SCameraCommand sGainCommand{'n', EArgument::Low8};            // decibels
+constexpr SCameraCommand sExposureCommand{'i', EArgument::Divided16}; // milliseconds
+constexpr SCameraCommand sGainCommand{'n', EArgument::Low8};          // decibels
 constexpr SCameraCommand sHighGainCommand{'q', EArgument::Switch};
-constexpr SCameraCommand sBlackLevelCommand{'h', EArgument::HighFirst16};
+constexpr SCameraCommand sBlackLevelCommand{'h', EArgument::Shifted16};
 constexpr SCameraCommand sInvertCommand{'j', EArgument::Switch};
 constexpr SCameraCommand sFlipCommand{'m', EArgument::TwoBits};
 constexpr SCameraCommand sFirstOverlayCommand{0x00, EArgument::Switch};
@@ -50,8 +50,10 @@ constexpr std::array<uint8_t, 5> encode(SCameraCommand command, int value)
         return {command.code, value != 0};
     case EArgument::Low8:
         return {command.code, low};
-    case EArgument::HighFirst16:
+    case EArgument::Shifted16:
         return {command.code, high, low};
+    case EArgument::Divided16:
+        return {command.code, static_cast<uint8_t>(value / 256), static_cast<uint8_t>(value % 256)};
     case EArgument::TwoBits:
         return {command.code, static_cast<uint8_t>(value & 3)};
     }

@@ -2,7 +2,6 @@
 #include "../Camera.h"
 
 #include <memory>
-#include <string>
 #include <vector>
 
 namespace obrisim {

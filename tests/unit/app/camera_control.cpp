@@ -15,6 +15,7 @@ TEST(CameraCommands, SayAndSend)
     };
     const SCase cases[] = {{[] { setObriMode(7); }, {{0x70, 1, 0, 0, 0}}, "setObriMode: en=7\n"},
                            {[] { setExposureTime(1000); }, {{0x69, 0x03, 0xE8, 0, 0}}, "setExposureTime: ms=1000\n"},
+                           {[] { setExposureTime(-1); }, {{0x69, 0, 0xFF, 0, 0}}, "setExposureTime: ms=-1\n"},
                            {[] { setGain(257); }, {{0x6E, 1, 0, 0, 0}}, "setGain: dB=257\n"},
                            {[] { setHighGain(1); }, {{0x71, 1, 0, 0, 0}}, "setHighGain: active=1\n"},
                            {[] { setBlackLevel(300); }, {{0x68, 0x01, 0x2C, 0, 0}}, "setBlackLevel: blackLevel=300\n"},
