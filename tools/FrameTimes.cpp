@@ -77,16 +77,21 @@ private:
 };
 
 /// What stands between frame i and the next by the counter alone.
-bool judgeCounter(const StepJudge& judge, size_t i, SGap& gap)
+/// @param repeats  frames up to i that repeat the count before them. The camera counted on all the same: their data
+///                 blocks could not be read, and what they took of the next step is not lost.
+bool judgeCounter(const StepJudge& judge, size_t i, uint32_t repeats, SGap& gap)
 {
     const uint32_t counts = judge.counts(i);
-    if (counts == 1)
-        return false;
-    gap.kind = counts == 0 ? EGap::Repeated : counts > 0x80000000u ? EGap::CounterBack : EGap::FramesLost;
-    gap.missing = gap.kind == EGap::FramesLost ? counts - 1 : 0;
-    return true;
+    if (counts == 0 || counts > 0x80000000u) {
+        gap.kind = counts == 0 ? EGap::Repeated : EGap::CounterBack;
+        return true;
+    }
+    gap.kind = EGap::FramesLost;
+    gap.missing = counts - 1 - std::min(repeats, counts - 1);
+    return gap.missing > 0;
 }
 
+/// @param period  from frame i to the next, by the frames around and the counts between the two
 bool judgeTime(const StepJudge& judge, size_t i, bool hasCounter, double period, SGap& gap)
 {
     if (gap.stepNs < 0) {
@@ -135,6 +140,7 @@ std::vector<SGap> findGaps(const std::vector<SFrameTime>& frames, bool hasCounte
 {
     std::vector<SGap> gaps;
     const StepJudge judge(frames, hasCounter);
+    uint32_t repeats = 0;
     for (size_t i = 0; i + 1 < frames.size(); ++i) {
         SGap gap;
         gap.before = i;
@@ -142,8 +148,9 @@ std::vector<SGap> findGaps(const std::vector<SFrameTime>& frames, bool hasCounte
         const double period = judge.period(i);
         const double expected = period * std::max(judge.counts(i), 1u);
         gap.expectedNs = expected < 1e18 ? static_cast<int64_t>(expected) : 0;
-        if ((hasCounter && judgeCounter(judge, i, gap)) || judgeTime(judge, i, hasCounter, period, gap))
+        if ((hasCounter && judgeCounter(judge, i, repeats, gap)) || judgeTime(judge, i, hasCounter, expected, gap))
             gaps.push_back(gap);
+        repeats = judge.counts(i) == 0 ? repeats + 1 : 0;
     }
     return gaps;
 }

@@ -46,7 +46,7 @@ TEST(FrameTimes, LossIsJudgedByTheCounterAcrossItsWrapElseByTime)
 TEST(FrameTimes, OddCountersAndTimesAreToldApart)
 {
     auto frames = sequence(60, 40, 38);
-    frames[10].counter = frames[9].counter; // and so the next one jumps by two
+    frames[10] = frames[9]; // its data block could not be read: the next count jumps by two, and none is lost
     for (size_t i = 20; i < frames.size(); ++i)
         frames[i].counter -= 1000;
     for (size_t i = 30; i < frames.size(); ++i) // the clock is set by a second
@@ -54,12 +54,9 @@ TEST(FrameTimes, OddCountersAndTimesAreToldApart)
     for (size_t i = 40; i < frames.size(); ++i) // and back by two
         frames[i].startNs -= 2000 * sMs, frames[i].endNs -= 2000 * sMs;
     const auto gaps = findGaps(frames, true);
-    ASSERT_EQ(gaps.size(), 5u);
-    const std::pair<size_t, EGap> expected[] = {{9, EGap::Repeated},
-                                                {10, EGap::FramesLost},
-                                                {19, EGap::CounterBack},
-                                                {29, EGap::TimeStep},
-                                                {39, EGap::TimeBackward}};
+    ASSERT_EQ(gaps.size(), 4u);
+    const std::pair<size_t, EGap> expected[] = {
+        {9, EGap::Repeated}, {19, EGap::CounterBack}, {29, EGap::TimeStep}, {39, EGap::TimeBackward}};
     for (size_t i = 0; i < gaps.size(); ++i)
         EXPECT_EQ(std::make_pair(gaps[i].before, gaps[i].kind), expected[i]);
 }
