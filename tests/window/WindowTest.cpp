@@ -91,7 +91,7 @@ SUiFunctions WindowTest::functionTable()
 
 bool WindowTest::waitUntil(const std::function<bool()>& condition)
 {
-    const auto deadline = Clock::now() + std::chrono::seconds(5);
+    const auto deadline = Clock::now() + std::chrono::seconds(60); // a faulty window alone takes so long
     while (!condition()) {
         if (Clock::now() > deadline)
             return false;

@@ -27,7 +27,7 @@ protected:
     WindowTest();
     ~WindowTest() override;
 
-    /// Runs the main loop until the condition holds; false when it did not within five seconds.
+    /// Runs the main loop until the condition holds; false when it did not within a minute.
     static bool waitUntil(const std::function<bool()>& condition);
     /// Runs the main loop for a while: what must not happen has had its chance.
     static void letPass(double seconds);

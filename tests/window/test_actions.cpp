@@ -59,7 +59,7 @@ TEST_F(Actions, StartAndStopOnlyWhatIsNotSoAlready)
     EXPECT_THAT(activate("startRecordingAdv"), ElementsAre("startRecordingAdv"));
     EXPECT_THAT(activate("startRecordingFits"), ElementsAre("startRecordingFits"));
     cameraTurns(1, 1);
-    letPass(0.4);
+    EXPECT_TRUE(waitUntil([&] { return isEnabled("stopRecording"); }));
     EXPECT_THAT(activate("stopRecording"), ElementsAre("stopRecording"));
 }
 
