@@ -165,12 +165,15 @@ size_t Program::framesSent() const
 
 bool Program::waitForFrames(size_t count, Seconds deadline)
 {
-    return waitFor([&] { return framesSent() >= count; }, deadline);
+    for (size_t sent = framesSent(); sent < count; sent = framesSent())
+        if (!waitFor([&] { return framesSent() > sent; }, deadline))
+            return false;
+    return true;
 }
 
-bool Program::waitForMoreFrames(size_t count, Seconds deadline)
+bool Program::waitForMoreFrames(size_t count)
 {
-    return waitForFrames(framesSent() + count, deadline);
+    return waitForFrames(framesSent() + count);
 }
 
 void Program::activate(const std::string& action)

@@ -57,10 +57,10 @@ public:
     bool waitForWindow();
     /// Frames that the camera has sent so far.
     size_t framesSent() const;
-    /// Waits until the camera has sent this many frames since the program was started.
+    /// Waits until the camera has sent this many frames since the program was started; the deadline is for each.
     bool waitForFrames(size_t count, Seconds deadline = sPatience);
     /// Waits until it has sent so many more.
-    bool waitForMoreFrames(size_t count, Seconds deadline = sPatience);
+    bool waitForMoreFrames(size_t count);
     /// Calls a window action as the menu does.
     void activate(const std::string& action);
     bool isEnabled(const std::string& action) const;

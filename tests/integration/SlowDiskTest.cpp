@@ -15,7 +15,7 @@ TEST(SlowDisk, LosesNoFrameAtFullSizeAndRate)
     ASSERT_NO_FATAL_FAILURE(setExposure(program, 40)); // 13.3 frames a second
     ASSERT_NO_FATAL_FAILURE(startRecording(program));
     const size_t frames = isNightly() ? 600 : 90;
-    ASSERT_TRUE(program.waitForMoreFrames(frames, Seconds(120)));
+    ASSERT_TRUE(program.waitForMoreFrames(frames));
     ASSERT_NO_FATAL_FAILURE(stopRecording(program));
     quit(program);
 
