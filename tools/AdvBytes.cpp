@@ -61,7 +61,7 @@ void writeIndexTable(ByteBuilder& out, const std::vector<SAdvFrame>& frames, uin
         if (frame.streamId != stream)
             continue;
         first = first ? first : &frame;
-        entries.u64((static_cast<uint64_t>(frame.startNs) - static_cast<uint64_t>(first->startNs)) / 100);
+        entries.u64(indexTicks(*first, frame));
         entries.u64(frame.offset);
         entries.u32(static_cast<uint32_t>(frame.length));
         ++count;
@@ -95,6 +95,12 @@ void ByteBuilder::patchU64(size_t at, uint64_t value)
 {
     for (size_t i = 0; i < 8; ++i, value >>= 8)
         m_bytes[at + i] = static_cast<uint8_t>(value);
+}
+
+uint64_t indexTicks(const SAdvFrame& first, const SAdvFrame& frame)
+{
+    const auto ns = static_cast<int64_t>(static_cast<uint64_t>(frame.startNs) - static_cast<uint64_t>(first.startNs));
+    return static_cast<uint64_t>(ns / 100);
 }
 
 std::vector<uint8_t> headerBytes(SAdvHeader& header)

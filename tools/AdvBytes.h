@@ -25,6 +25,10 @@ private:
     std::vector<uint8_t> m_bytes;
 };
 
+/// The time of a frame's index entry: 100 ns from the start of its stream's first frame, as a number of two's
+/// complement where that comes later. Hostile times wrap.
+uint64_t indexTicks(const SAdvFrame& first, const SAdvFrame& frame);
+
 /// Everything up to the first frame record, its sections one behind the other. The offsets of index and user
 /// metadata are 0, the stream counts as given; each stream's countAt is set to where its count stands.
 std::vector<uint8_t> headerBytes(SAdvHeader& header);

@@ -63,16 +63,24 @@ std::string temperatureText(const SAdvSummary& summary)
            " frames";
 }
 
+std::string timesText(const SAdvSummary& summary)
+{
+    return line("first start", isoTime(summary.firstStartNs) + " UTC") +
+           line("last end", isoTime(summary.lastEndNs) + " UTC") +
+           line("rate", formatFixed(summary.framesPerSecond, 3) + " frames a second") +
+           line("exposure",
+                milliseconds(summary.shortestExposureNs) + " to " + milliseconds(summary.longestExposureNs) + " ms");
+}
+
 std::string framesText(const AdvFile& file, const SAdvSummary& summary)
 {
     std::string text = line("frames", std::to_string(file.frames().size()));
     if (file.frames().empty())
         return text;
-    text += line("first start", isoTime(summary.firstStartNs) + " UTC");
-    text += line("last end", isoTime(summary.lastEndNs) + " UTC");
-    text += line("rate", formatFixed(summary.framesPerSecond, 3) + " frames a second");
-    text += line("exposure",
-                 milliseconds(summary.shortestExposureNs) + " to " + milliseconds(summary.longestExposureNs) + " ms");
+    if (summary.framesWithTime > 0)
+        text += timesText(summary);
+    if (const size_t without = file.frames().size() - summary.framesWithTime; without > 0)
+        text += line("no valid time", "in " + std::to_string(without) + " frames");
     text +=
         line("gaps", std::to_string(summary.gaps.size()) + ", frames lost " + std::to_string(framesLost(summary.gaps)) +
                          (summary.hasCounter ? "" : " (by times alone)"));
@@ -161,7 +169,8 @@ void gpsJson(JsonWriter& json, const AdvFile& file, const SAdvSummary& summary)
 void framesJson(JsonWriter& json, const AdvFile& file, const SAdvSummary& summary)
 {
     json.integer("frames", static_cast<int64_t>(file.frames().size()));
-    if (!file.frames().empty()) {
+    json.integer("framesWithTime", static_cast<int64_t>(summary.framesWithTime));
+    if (summary.framesWithTime > 0) {
         json.text("firstStart", isoTime(summary.firstStartNs));
         json.text("lastEnd", isoTime(summary.lastEndNs));
         json.number("framesPerSecond", summary.framesPerSecond, 6);

@@ -26,21 +26,29 @@ std::vector<SGpsSpan> gpsSpans(const std::vector<SAdvFrame>& frames)
     return spans;
 }
 
+bool hasTime(const SAdvFrame& frame)
+{
+    return isPlausibleTime(frame.startNs) && isPlausibleTime(frame.endNs) && frame.endNs >= frame.startNs;
+}
+
 void summariseTimes(const std::vector<SAdvFrame>& frames, SAdvSummary& summary)
 {
-    summary.firstStartNs = frames.front().startNs;
-    summary.lastEndNs = frames.back().endNs;
-    const double seconds =
-        (static_cast<double>(frames.back().startNs) - static_cast<double>(frames.front().startNs)) / sNsPerSecond;
-    if (frames.size() > 1 && seconds > 0)
-        summary.framesPerSecond = static_cast<double>(frames.size() - 1) / seconds;
-    const auto exposure = [](const SAdvFrame& frame) {
-        return static_cast<int64_t>(static_cast<uint64_t>(frame.endNs) - static_cast<uint64_t>(frame.startNs));
-    };
-    summary.shortestExposureNs = summary.longestExposureNs = exposure(frames.front());
-    for (const SAdvFrame& frame : frames) {
-        summary.shortestExposureNs = std::min(summary.shortestExposureNs, exposure(frame));
-        summary.longestExposureNs = std::max(summary.longestExposureNs, exposure(frame));
+    size_t first = 0;
+    for (size_t i = 0; i < frames.size(); ++i) {
+        const SAdvFrame& frame = frames[i];
+        if (!hasTime(frame))
+            continue;
+        const int64_t exposure = frame.endNs - frame.startNs;
+        if (summary.framesWithTime++ == 0) {
+            first = i;
+            summary.firstStartNs = frame.startNs;
+            summary.shortestExposureNs = summary.longestExposureNs = exposure;
+        }
+        summary.lastEndNs = frame.endNs;
+        summary.shortestExposureNs = std::min(summary.shortestExposureNs, exposure);
+        summary.longestExposureNs = std::max(summary.longestExposureNs, exposure);
+        const double seconds = static_cast<double>(frame.startNs - summary.firstStartNs) / sNsPerSecond;
+        summary.framesPerSecond = seconds > 0 ? static_cast<double>(i - first) / seconds : 0;
     }
 }
 

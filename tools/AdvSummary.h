@@ -17,6 +17,7 @@ struct SGpsSpan {
 
 /// What the frames of a recording say together.
 struct SAdvSummary {
+    size_t framesWithTime = 0; ///< the others were stamped without a valid clock; times and exposures leave them out
     int64_t firstStartNs = 0, lastEndNs = 0;
     double framesPerSecond = 0; ///< 0: too few frames, or times that do not advance
     int64_t shortestExposureNs = 0, longestExposureNs = 0;

@@ -1,5 +1,6 @@
 #include "AdvVerify.h"
 
+#include "AdvBytes.h"
 #include "AdvHeaderReader.h"
 #include "AdvTime.h"
 #include "JsonWriter.h"
@@ -62,8 +63,7 @@ void checkIndex(const AdvFile& file, SVerifyReport& report)
     for (size_t n = 0; n < std::min(index.entries.size(), main.size()); ++n) {
         const SAdvIndexEntry& entry = index.entries[n];
         const size_t i = main[n];
-        const uint64_t ticks =
-            (static_cast<uint64_t>(frames[i].startNs) - static_cast<uint64_t>(frames[main[0]].startNs)) / 100;
+        const uint64_t ticks = indexTicks(frames[main[0]], frames[i]);
         const bool isRight = isSameOrWrapped(entry.ticks, ticks) && isSameOrWrapped(entry.offset, frames[i].offset) &&
                              entry.length == frames[i].length;
         if (!isRight)
