@@ -1,10 +1,13 @@
 #include "CommandLine.h"
 
+#include "AdvTime.h"
 #include "JsonWriter.h"
 #include "LightCurve.h"
 
 #include "TextFormat.h"
 
+#include <algorithm>
+#include <iterator>
 #include <ostream>
 
 namespace obriadv {
@@ -41,6 +44,15 @@ std::string readAperture(const SArguments& arguments, SAperture& aperture)
     return {};
 }
 
+/// A drawing over time has no place for frames that were stamped without a valid clock.
+std::vector<SLightPoint> withTime(const std::vector<SLightPoint>& points)
+{
+    std::vector<SLightPoint> timed;
+    std::copy_if(points.begin(), points.end(), std::back_inserter(timed),
+                 [](const SLightPoint& point) { return isPlausibleTime(point.midNs); });
+    return timed;
+}
+
 } // namespace
 
 int runLightCurve(const SArguments& arguments, std::ostream& out, std::ostream& err)
@@ -59,8 +71,9 @@ int runLightCurve(const SArguments& arguments, std::ostream& out, std::ostream& 
     std::vector<SLightPoint> points;
     std::vector<size_t> skipped;
     std::string error = measureLightCurve(file, aperture, points, skipped);
+    const std::vector<SLightPoint> drawn = withTime(points);
     if (error.empty() && arguments.has("png"))
-        error = lightCurvePng(points, printable(path) + " at " + arguments.value("at"), arguments.value("png"));
+        error = lightCurvePng(drawn, printable(path) + " at " + arguments.value("at"), arguments.value("png"));
     if (!error.empty()) {
         err << "obri-adv: " << path << ": " << error << "\n";
         return sStatusFailed;
@@ -68,10 +81,13 @@ int runLightCurve(const SArguments& arguments, std::ostream& out, std::ostream& 
     if (!skipped.empty())
         err << "obri-adv: " << path << ": " << skipped.size() << " damaged frames are left out, the first is frame "
             << skipped.front() << "\n";
+    if (drawn.size() < points.size() && !arguments.has("csv"))
+        err << "obri-adv: " << path << ": " << points.size() - drawn.size()
+            << " frames without a valid time are not drawn\n";
     if (arguments.has("csv"))
         out << lightCurveCsv(points);
     else if (!arguments.has("png"))
-        out << lightCurveText(points);
+        out << lightCurveText(drawn);
     return sStatusOk;
 }
 
