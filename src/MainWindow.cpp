@@ -4,6 +4,7 @@
 #include "HistogramView.h"
 #include "MainWindowParts.h"
 #include "MainWindowToolbar.h"
+#include "Pace.h"
 #include "RenderPreview.h"
 #include "StatusView.h"
 #include "streaming.h"
@@ -225,10 +226,11 @@ void MainWindow::prepareHistogram()
     drawingAreaHistogram = requireWidget<Gtk::DrawingArea>(m_builder, "ctlHistogram", "no histogram drawing area");
     m_histogramView = std::make_unique<HistogramView>(drawingAreaHistogram, m_histogram);
     drawingAreaHistogram->signal_draw().connect(sigc::mem_fun(*this, &MainWindow::onDrawHistogram));
-    m_histogramDispatcher.connect([this] {
-        m_histogramStale.store(false);
+    m_histogramPace = std::make_unique<Pace>([this] {
+        m_histogramStale.store(false); // before it is drawn: what comes from here on is news again
         drawingAreaHistogram->queue_draw();
     });
+    m_histogramDispatcher.connect([this] { m_histogramPace->ask(); });
     gestureLeftHistogram = Gtk::GestureDrag::create(*drawingAreaHistogram);
     gestureLeftHistogram->set_button(GDK_BUTTON_PRIMARY);
     gestureLeftHistogram->signal_drag_begin().connect(sigc::mem_fun(*this, &MainWindow::onHistoDragBeginL));

@@ -16,6 +16,7 @@
 
 class FrameProcessor;
 class HistogramView;
+class Pace;
 class RenderPreview;
 class StatusView;
 struct SUiFunctions;
@@ -133,6 +134,7 @@ private:
     std::unique_ptr<HistogramView> m_histogramView;
     std::unique_ptr<StatusView> m_statusView;
     Glib::Dispatcher m_histogramDispatcher;
+    std::unique_ptr<Pace> m_histogramPace;
     std::atomic<bool> m_histogramStale{false};
     sigc::connection m_resolutionConnection, m_timer;
     int m_timerTicks = 0;

@@ -68,6 +68,11 @@ void RenderPreview::setAspectRatio(EAspectRatio ar, int zoomPercent)
 
 void RenderPreview::onGlDispatchDraw()
 {
+    m_pace.ask();
+}
+
+void RenderPreview::showNewest()
+{
     m_wakePending.store(false); // before the image is taken: one that comes later wakes us again
     if (!textureHandle[0])
         return;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Pace.h"
 #include "PreviewImage.h"
 #include "PreviewShaders.h"
 #include "TripleBuffer.h"
@@ -50,6 +51,7 @@ private:
     void onGlUnrealize();
     bool onGlRender(const Glib::RefPtr<Gdk::GLContext>& context);
     void onGlDispatchDraw();
+    void showNewest();
     void initGlBuffers();
     void initGlShaders(const std::string& vertexResource, const std::string& fragmentResource);
     void drawPreviewTexture();
@@ -78,7 +80,8 @@ private:
     std::atomic<bool> m_acceptsFrames{false}; // a texture exists
     std::atomic<bool> m_wakePending{false};   // the dispatcher's pipe holds one wake-up at most
     int m_textureW = 0, m_textureH = 0;       // size of the image that the texture was made for
-    bool m_drawPending = false;               // what was uploaded has not been drawn yet
-    bool m_newerWaits = false;                // a wake-up came meanwhile
+    Pace m_pace{[this] { showNewest(); }};
+    bool m_drawPending = false; // what was uploaded has not been drawn yet
+    bool m_newerWaits = false;  // a wake-up came meanwhile
     bool m_isGles = false;
 };
