@@ -158,13 +158,12 @@ protected:
     static bool hasHappened(size_t at, const Program& program)
     {
         const SFault& fault = GetParam().fault;
-        const std::string text = fault.shown ? windowTexts() : program.standardError();
-        const auto isThere = [&](const std::string& line) { return text.find(line) != std::string::npos; };
-        if (fault.shown)
-            return isThere(fault.shown);
-        if (fault.lines.empty())
-            return program.frameLog().size() > at + 15;
-        return std::all_of(fault.lines.begin(), fault.lines.end(), isThere);
+        const std::string errors = program.standardError();
+        if (fault.lines.empty() && program.frameLog().size() < at + 15)
+            return false;
+        return std::all_of(fault.lines.begin(), fault.lines.end(),
+                           [&](const std::string& line) { return errors.find(line) != std::string::npos; }) &&
+               (!fault.shown || windowTexts().find(fault.shown) != std::string::npos);
     }
 
     static void expectSaid(const Program& program)

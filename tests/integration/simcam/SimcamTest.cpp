@@ -88,22 +88,6 @@ TEST(Simcam, ListsItsNodesAsTheKernelDoes)
     EXPECT_TRUE(simcam("--no-permission", "v4l2-ctl -d /dev/video0 --all").has("/dev/video0"));
 }
 
-TEST(Simcam, CableIsPulledAndPluggedInAgain)
-{
-    const SOutcome outcome = simcam("--unplug-after 3 --replug 0.2", OBRI_HOTPLUG);
-    EXPECT_EQ(outcome.output, "node /dev/video0 vendor 1209\n"
-                              "node /dev/video1 vendor 1209\n"
-                              "remove /dev/video1\n"
-                              "remove /dev/video0\n"
-                              "add /dev/video4\n"
-                              "add /dev/video5\n"
-                              "old descriptor: No such device\n"
-                              "old node: No such file or directory\n"
-                              "new node: there\n"
-                              "node /dev/video4 vendor 1209\n"
-                              "node /dev/video5 vendor 1209\n");
-}
-
 TEST(Simcam, EndsAsItsProgramDoes)
 {
     EXPECT_EQ(simcam("", "true").status, 0);
