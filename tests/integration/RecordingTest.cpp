@@ -90,7 +90,7 @@ TEST(Recording, EndsBeforeTheResolutionChanges)
 
 // Fails when a FITS file or a sequence is cut short, or when a recording leaves no totals in the log: one that another
 // follows at once, one that ends with the program.
-TEST(Recording, OfEveryFormatLeavesFilesAndTotals)
+TEST(Recording, OfEveryFormatIsCompleteAndCounted)
 {
     Program program({.simulator = {"--pace", "buffers"}});
     ASSERT_NO_FATAL_FAILURE(streamAt(program, sFullSize));
