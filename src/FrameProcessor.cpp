@@ -1,6 +1,5 @@
 #include "FrameProcessor.h"
 
-#include "FrameDevice.h"
 #include "FrameProcessing.h"
 #include "FrameProcessor_frame.h"
 #include "GpsLogger.h"
@@ -98,6 +97,7 @@ FrameProcessor::~FrameProcessor()
 void FrameProcessor::StreamStarted()
 {
     m_previousFrameKnown = false;
+    m_failureSaid = false;
 }
 
 void FrameProcessor::SetShowPixelOverflow(bool show)
@@ -113,7 +113,6 @@ void FrameProcessor::ProcessFrame(SVideoDevice* cam)
     if (frame.raw && bytesUsed > 0 && isUsable(frame, bytesUsed)) {
         try {
             processUsableFrame(frame);
-            m_failureSaid = false;
         } catch (const std::exception& failure) {
             // No writer's, they are caught where they write: a recording goes on with the next frame.
             if (!std::exchange(m_failureSaid, true))

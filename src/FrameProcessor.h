@@ -2,6 +2,7 @@
 
 #include "BinaryOverlay.h"
 #include "CameraStatus.h"
+#include "FrameDevice.h"
 #include "Histogram.h"
 #include "IFileWriterAttributesProvider.h"
 #include "PhotometryBuffer.h"
@@ -20,10 +21,7 @@ class FitsWriter;
 namespace libobribase {
 class FrameProcessing;
 }
-struct SFrameDevice;
 struct SVideoDevice;
-
-extern const SFrameDevice sFrameDevice;
 
 /// The largest image that the camera sends, in pixels; frames beyond it are refused.
 constexpr int sMaxFrameWidth = 1624;
@@ -192,7 +190,7 @@ private:
     int m_refusedWidth = 0; ///< geometry whose refusal has been said
     int m_refusedHeight = 0;
     bool m_shortFrameSaid = false;
-    bool m_failureSaid = false;
+    bool m_failureSaid = false; ///< once a stream, lest a fault of every other frame fills the log
 };
 
 /// The one histogram, there before main runs.
@@ -202,3 +200,6 @@ extern libobribase::Histogram* m_histogram;
 extern int m_updateHistogram;   ///< 1: there are bins to draw that were not drawn yet
 extern int m_photometryTargetX; ///< first pixel of the photometry window
 extern int m_photometryTargetY;
+
+/// The single frame processor, created before main runs.
+extern FrameProcessor* m_frameProcessor;

@@ -1,4 +1,3 @@
-#include "FrameDevice.h"
 #include "FrameProcessing.h"
 #include "FrameProcessor_frame.h"
 

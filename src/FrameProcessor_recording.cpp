@@ -2,7 +2,7 @@
 
 #include "FrameProcessor_frame.h"
 
-#include "camera_control.h"
+#include "ObriCam.h"
 #include "ObriVariables.h"
 #include "RecordingFiles.h"
 #include "TextFormat.h"

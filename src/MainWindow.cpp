@@ -7,7 +7,6 @@
 #include "Pace.h"
 #include "RenderPreview.h"
 #include "StatusView.h"
-#include "streaming.h"
 #include "SUiFunctions.h"
 #include <algorithm>
 #include <cstdio>

@@ -3,6 +3,7 @@
 #include "camera_control.h"
 #include "CommandLine.h"
 #include "Ending.h"
+#include "FrameGate.h"
 #include "FrameProcessor.h"
 #include "Log.h"
 #include "MainWindow.h"

@@ -1,5 +1,6 @@
 #include "camera_control.h"
 
+#include "FrameGate.h"
 #include "SharedFlag.h"
 #include "streaming.h"
 #include "StreamWatch.h"

@@ -1,4 +1,5 @@
 #include "streaming.h"
+#include "FrameGate.h"
 
 #include "FrameProcessor.h"
 #include "ObriCam.h"

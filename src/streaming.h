@@ -1,12 +1,6 @@
 #pragma once
 
-#include "FrameGate.h"
 #include <cstdint>
-
-class FrameProcessor;
-
-/// The single frame processor, created before main runs.
-extern FrameProcessor* m_frameProcessor;
 
 // Streaming and recording. Each takes the frame gate, and so waits for a frame in progress. Starting what runs and
 // stopping what does not run do nothing; a recording is refused after the camera was unplugged. A device failure ends

@@ -1,6 +1,7 @@
 #include "streaming_thread.h"
 
 #include "camera_control.h"
+#include "FrameGate.h"
 #include "FrameProcessor.h"
 #include "ObriCam.h"
 #include "streaming.h"

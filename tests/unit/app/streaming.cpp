@@ -3,6 +3,7 @@
 #include "camera_control.h"
 #include "Ending.h"
 #include "FakeCamera.h"
+#include "FrameGate.h"
 #include "streaming_thread.h"
 #include "StreamStatus.h"
 #include <atomic>
