@@ -172,7 +172,8 @@ protected:
         const std::string errors = program.standardError();
         for (const std::string& line : GetParam().fault.lines)
             EXPECT_THAT(errors, HasSubstr(line));
-        EXPECT_LT(countLines(errors, "") - countLines(errors, "libv4l2: "), 60u) << errors.substr(0, 3000);
+        // A few lines a second, however long a busy machine takes; a flood has millions.
+        EXPECT_LT(countLines(errors, ""), 500u) << errors.substr(0, 3000);
     }
 
     /// Gaps and odd times are the camera's; a file with a byte that is nothing, or without its index, is ours.
