@@ -197,7 +197,7 @@ TEST_P(Load, LosesNothingThatWasSentAndCountsWhatWasNot)
     {
         const DiskWriter writer(program.folder() / "other-program.dat");
         ASSERT_NO_FATAL_FAILURE(startRecording(program));
-        ASSERT_TRUE(program.waitForFrames(program.frameLog().size() + sStallCountdown, Seconds(30)));
+        ASSERT_TRUE(program.waitForMoreFrames(sStallCountdown));
         std::ofstream(program.folder() / "stall-now").flush();
         std::this_thread::sleep_for(Seconds(load.seconds));
         EXPECT_FALSE(std::filesystem::exists(program.folder() / "stall-now")) << "the main loop never stood still";

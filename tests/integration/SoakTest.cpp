@@ -84,8 +84,16 @@ private:
         m_program.key(sMnemonics[upTo(6)]);
     }
 
-    void dragHistogram() { m_program.drag(560 + upTo(600), 150 + upTo(110), upTo(400) - 200, upTo(60) - 30); }
-    void pressPreset() { m_program.click(498, 140 + 35 * upTo(4)); }
+    // Where the window has its histogram: the bounds of a dark sky lie at the left of the plot's lower edge, the mid
+    // tone anywhere along its left one.
+    void dragHistogram()
+    {
+        if (upTo(2))
+            m_program.drag(645 + upTo(60), 261, upTo(500) - 50, 0);
+        else
+            m_program.drag(640, 110 + upTo(140), 0, upTo(200) - 100);
+    }
+    void pressPreset() { m_program.click(589, 125 + 40 * upTo(4)); }
 
     void recordOrStop()
     {

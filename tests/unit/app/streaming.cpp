@@ -74,7 +74,6 @@ TEST_F(Streaming, AStreamThatFailsAgainAndAgainIsStartedAgainAndThatIsSaidOnce)
     const std::string said = runRounds(6);
     const auto passed = std::chrono::steady_clock::now() - began;
     EXPECT_GE(passed, 3900ms) << "one attempt a second";
-    EXPECT_LT(passed, 5900ms) << "a stream started again is waited for at once: its frames come";
     EXPECT_EQ(camera.count(VIDIOC_STREAMOFF), 2);
     EXPECT_EQ(camera.count(VIDIOC_STREAMON), 3);
     const size_t line = said.find("The stream has died");
