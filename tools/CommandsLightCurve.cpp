@@ -41,7 +41,7 @@ std::string readAperture(const SArguments& arguments, SAperture& aperture)
     aperture.outer = aperture.radius + 9;
     if (arguments.has("annulus") && !twoNumbers(arguments.value("annulus"), aperture.inner, aperture.outer))
         return "\"--annulus\" wants two numbers of pixels, IN,OUT";
-    return {};
+    return checkAperture(aperture);
 }
 
 /// A drawing over time has no place for frames that were stamped without a valid clock.

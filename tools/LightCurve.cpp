@@ -138,14 +138,14 @@ SLightPoint timedPoint(size_t n, const SAdvFrame& frame)
     return point;
 }
 
+} // namespace
+
 std::string checkAperture(const SAperture& a)
 {
     const bool isSane = std::isfinite(a.x) && std::isfinite(a.y) && std::abs(a.x) < 1e6 && std::abs(a.y) < 1e6 &&
                         a.radius > 0 && a.inner >= a.radius && a.outer > a.inner && a.outer <= 500;
     return isSane ? "" : "the aperture and the ring do not fit: 0 < radius <= inner < outer <= 500 pixels";
 }
-
-} // namespace
 
 std::string measureLightCurve(AdvFile& file, const SAperture& aperture, std::vector<SLightPoint>& points,
                               std::vector<size_t>& skipped)

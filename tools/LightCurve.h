@@ -11,6 +11,9 @@ struct SAperture {
     double inner = 8, outer = 14; ///< the ring of sky around it
 };
 
+/// Empty for an aperture that can be measured with, else what is wrong with it.
+std::string checkAperture(const SAperture& aperture);
+
 struct SLightPoint {
     size_t frame = 0;
     uint32_t cameraFrameId = 0;
