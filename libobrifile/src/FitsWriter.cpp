@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstring>
 #include <stdexcept>
 #include <sys/stat.h>
 #include <system_error>
@@ -144,6 +145,7 @@ void FitsWriter::WriteKeywordRecord(FILE* file, std::string key, std::string val
         value = GetFitsValue(std::move(value));
         const bool isFixed = !comment.empty();
         value.resize(std::min(value.size(), isFixed ? sLongestFixedValue : sLongestString));
+        value.resize(strlen(value.c_str())); // a zero byte ends what a card shows
         card += isFixed ? "= " : "= '";
         if (isFixed)
             card.append(sLongestFixedValue - value.size(), ' ');
