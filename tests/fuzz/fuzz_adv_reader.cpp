@@ -3,19 +3,13 @@
 #include "AdvFile.h"
 #include "AdvInfo.h"
 #include "AdvVerify.h"
+#include "Require.h"
 
-#include <cstdlib>
 #include <memory>
 
 using namespace obriadv;
 
 namespace {
-
-void require(bool holds)
-{
-    if (!holds)
-        std::abort(); // not assert: optimised builds must notice too
-}
 
 void expectEveryByteOnce(const AdvFile& file, size_t size)
 {

@@ -5,9 +5,9 @@
 // Input: one byte that chooses the image's size, then values: a byte that chooses the key, a byte for the length, text.
 #include "FitsHeaderData.h"
 #include "FitsWriter.h"
+#include "Require.h"
 
 #include <array>
-#include <cstdlib>
 #include <map>
 #include <string>
 #include <sys/mman.h>
@@ -25,12 +25,6 @@ constexpr std::array sKeys = {"OBJECT",   "TELESCOP", "INSTRUME", "OBSERVER", "D
 constexpr size_t sFixedCards = 7; // SIMPLE to BZERO
 
 using Values = std::map<size_t, std::string>; // by number of the key
-
-void require(bool holds)
-{
-    if (!holds)
-        std::abort(); // not assert: optimised builds must notice too
-}
 
 Values parseValues(const uint8_t* data, size_t size)
 {

@@ -3,8 +3,8 @@
 //
 // Input: one byte that chooses the image's size, then the block.
 #include "lag1_compressor.h"
+#include "Require.h"
 
-#include <cstdlib>
 #include <cstring>
 #include <iterator>
 #include <memory>
@@ -13,12 +13,6 @@
 using libobrifile::Compressor;
 
 namespace {
-
-void require(bool holds)
-{
-    if (!holds)
-        std::abort(); // not assert: optimised builds must notice too
-}
 
 void expectReversible(Compressor& compressor, std::vector<uint16_t>& image, std::vector<uint8_t>& scratch)
 {

@@ -2,20 +2,14 @@
 
 #include "BinaryOverlay.h"
 #include "CameraStatus.h"
+#include "Require.h"
 
-#include <cstdlib>
 #include <cstring>
 #include <memory>
 
 using namespace libobribase;
 
 namespace {
-
-void require(bool condition)
-{
-    if (!condition)
-        std::abort(); // not assert: optimised builds must notice too
-}
 
 // An overlay that another frame has left behind.
 BinaryOverlay leftBehind(int32_t base)
