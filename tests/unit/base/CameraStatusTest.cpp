@@ -1,7 +1,5 @@
 #include "CameraStatus.h"
 #include "BinaryOverlay.h"
-#include "Log.h"
-#include "TemporaryFolder.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -9,6 +7,11 @@
 #include <vector>
 
 using namespace libobribase;
+
+static std::vector<int> flagsOf(const CameraStatus& s)
+{
+    return {s.m_flagA, s.m_flagB, s.m_flagC, s.m_flagD, s.m_flagE, s.m_flagF, s.m_highResolution};
+}
 
 TEST(CameraStatus, TakesEverySettingFromItsBitsOfTheOverlay)
 {
@@ -32,8 +35,7 @@ TEST(CameraStatus, TakesEverySettingFromItsBitsOfTheOverlay)
     o.m_dop[4] = 14;
     CameraStatus s;
     s.UpdateFromBinaryOverlay(&o);
-    const std::vector<int> flags{s.m_flagA, s.m_flagB, s.m_flagC, s.m_flagD, s.m_flagE, s.m_flagF, s.m_highResolution};
-    EXPECT_THAT(flags, testing::ElementsAre(0, 1, 0, 1, 1, 1, 1));
+    EXPECT_THAT(flagsOf(s), testing::ElementsAre(0, 1, 0, 1, 1, 1, 1));
     const std::vector<int> values{s.m_twoBitValue, s.m_gain,        s.m_highGain,    s.m_exposure100us, s.m_value14a,
                                   s.m_value14b,    s.m_register16a, s.m_register16b, s.m_usbMode};
     EXPECT_THAT(values, testing::ElementsAre(2, 0xC8, 1, 0x1234, 0x3FFF, 5, 0x0102, 0x0304, 2));
@@ -44,9 +46,7 @@ TEST(CameraStatus, TakesEverySettingFromItsBitsOfTheOverlay)
     EXPECT_THAT(copied, testing::ElementsAre(-5, 6, 7, 8, 9, 10, 1, 11, 12, 13, 14, 7));
     o.m_statusWords[0] = ~o.m_statusWords[0];
     s.UpdateFromBinaryOverlay(&o);
-    const std::vector<int> inverse{s.m_flagA, s.m_flagB, s.m_flagC,         s.m_flagD,
-                                   s.m_flagE, s.m_flagF, s.m_highResolution};
-    EXPECT_THAT(inverse, testing::ElementsAre(1, 0, 1, 0, 0, 0, 0));
+    EXPECT_THAT(flagsOf(s), testing::ElementsAre(1, 0, 1, 0, 0, 0, 0));
     EXPECT_EQ(s.m_updateCount, 2);
     o.m_temperatureRaw = 0;
     for (const auto& [raw, mode] : {std::pair{0u, 2}, {1u, 3}, {3u, 1}, {2u, 0}}) {
@@ -72,8 +72,7 @@ TEST(CameraStatus, TakesARawBlockAndLeavesTheRest)
     CameraStatus s;
     s.m_highGain = s.m_latitudeE7 = s.m_temperature = 5;
     s.UpdateFromBytes(b);
-    const std::vector<int> flags{s.m_flagA, s.m_flagB, s.m_flagC, s.m_flagD, s.m_flagE, s.m_flagF, s.m_highResolution};
-    EXPECT_THAT(flags, testing::ElementsAre(1, 0, 1, 1, 1, 1, 1));
+    EXPECT_THAT(flagsOf(s), testing::ElementsAre(1, 0, 1, 1, 1, 1, 1));
     const std::vector<int> values{s.m_modeSelect,    s.m_modeCodeIndex, s.m_twoBitValue, s.m_gain,
                                   s.m_exposure100us, s.m_value14a,      s.m_value14b,    s.m_register16a,
                                   s.m_register16b,   s.m_usbMode};
@@ -83,27 +82,6 @@ TEST(CameraStatus, TakesARawBlockAndLeavesTheRest)
     for (unsigned char& byte : b)
         byte = static_cast<unsigned char>(~byte);
     s.UpdateFromBytes(b);
-    const std::vector<int> inverse{s.m_flagA, s.m_flagB, s.m_flagC,         s.m_flagD,
-                                   s.m_flagE, s.m_flagF, s.m_highResolution};
-    EXPECT_THAT(inverse, testing::ElementsAre(0, 1, 0, 0, 0, 0, 0));
+    EXPECT_THAT(flagsOf(s), testing::ElementsAre(0, 1, 0, 0, 0, 0, 0));
     EXPECT_EQ(s.m_register16a, 0xFE); // the top bit went with byte 13
-}
-
-TEST(CameraStatus, LogsTheUsbModeWhenItChanges)
-{
-    const TemporaryFolder folder;
-    CameraStatus s;
-    unsigned char b[32] = {};
-    b[14] = 200; // no other test leaves this one
-    s.UpdateFromBytes(b);
-    logOpen(".", '/');
-    for (const unsigned char mode : {0, 0, 2, 2, 0}) {
-        b[14] = mode;
-        s.UpdateFromBytes(b);
-    }
-    logClose();
-    std::string modes, log = folder.textOf("obri_app_log_");
-    for (size_t at = log.find("  I USB "); at != std::string::npos; at = log.find("  I USB ", at + 1))
-        modes += log.substr(at + 8, 2);
-    EXPECT_EQ(modes, "0\n2\n0\n");
 }

@@ -1,10 +1,7 @@
 #include "FrameProcessing.h"
 
-#include "BinaryOverlay.h"
-#include "CameraStatus.h"
 #include "DateTime.h"
 #include "Font.h"
-#include "OverlayRow.h"
 #include "PixelKernels.h"
 #include "PixelReference.h"
 
@@ -163,26 +160,6 @@ TEST_P(OnEveryLevel, SamplesAreTakenApartAsTheCameraPacksThem)
         raw.insert(raw.end(), {0xBC, 0xFA}); // the high nibble is nobody's
     FrameProcessing(sWidth, 1, 0, pixels, zeros, zeros).DecodeFrame(raw.data());
     EXPECT_THAT(pixels, testing::Each(0xBCA0));
-}
-
-TEST(FrameOverlay, IsReadFromTheLastRowAtEveryBaseInsideTheFrame)
-{
-    for (const int base : {0, 1, -2})
-        for (const int height : {1, 2}) {
-            OverlayRow row(base, 5);
-            Frame frame(150, height, 0, EContent::Black);
-            // Also where the two words before the row are not the frame's.
-            std::copy_n(row.row() - 2, 150, &frame.pixels[sMargin + static_cast<size_t>(height - 1) * 150] - 2);
-            libobribase::BinaryOverlay overlay;
-            libobribase::CameraStatus status;
-            frame.processing.UpdateBinaryOverlay(&overlay);
-            frame.processing.UpdateCameraStatus(&overlay, &status);
-            const bool isInside = base >= 0 || height > 1;
-            EXPECT_EQ(overlay.m_isValid, isInside) << base;
-            EXPECT_EQ(overlay.m_frameId, isInside ? 0x01020304u : 0u);
-            EXPECT_EQ(status.m_systemTime, overlay.m_fromTime);
-            EXPECT_EQ(status.m_updateCount, 1);
-        }
 }
 
 TEST(PcTime, IsDrawnInTheTopLeftCorner)

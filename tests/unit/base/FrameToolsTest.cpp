@@ -14,7 +14,6 @@ TEST(PhotometryBuffer, KeepsTheNewestWindowsOfAFrame)
     PhotometryBuffer buffer(16, 16, sDepth);
     std::vector<uint16_t> window(256), frame(15 * sStride + 16); // ends with the window's last pixel
     EXPECT_FALSE(buffer.read(0, window.data()));
-    EXPECT_EQ(buffer.sum(0), 0u);
     for (uint16_t n = 0; n < 11; ++n) {
         std::iota(frame.begin(), frame.end(), static_cast<uint16_t>(1000 * n));
         buffer.Produce(frame.data(), sStride);
@@ -45,10 +44,4 @@ TEST(ZoneMatrix, CoversTheImageAndNothingBeyond)
             enabled += zones.isZoneEnabled(x, y);
     EXPECT_EQ(enabled, 1);
     EXPECT_TRUE(zones.isZoneEnabled(25, 19));
-
-    const std::pair<int, int> sizes[] = {{-1, 0}, {0, 0}, {1, 1}, {64, 1}, {65, 2}};
-    for (const auto& [pixels, across] : sizes) {
-        EXPECT_EQ(ZoneMatrix(pixels, 128).columns(), across) << pixels;
-        EXPECT_EQ(ZoneMatrix(128, pixels).rows(), across) << pixels;
-    }
 }
