@@ -3,7 +3,6 @@
 #include "device.h"
 #include "FrameDevice.h"
 #include "FrameProcessor.h"
-#include "Log.h"
 
 #include "../base/OverlayRow.h"
 #include "FilesOnDisk.h"
@@ -23,7 +22,6 @@ struct SPretended {
     int released = 0, histograms = 0;
     std::vector<uint32_t> preview;
     bool previewFails = false;
-    int previewWidth = 0;
     size_t previewPixels = 0;
 };
 inline SPretended sPretended;
@@ -33,10 +31,9 @@ inline const SFrameDevice sPretendedDevice{[](int, SVideoMemory*, void** frame) 
                                                return sPretended.bytesUsed;
                                            },
                                            [](int, SVideoMemory*) { ++sPretended.released; },
-                                           [](uint32_t* frame, int width) {
+                                           [](uint32_t* frame, int) {
                                                if (sPretended.previewFails)
                                                    throw std::bad_alloc();
-                                               sPretended.previewWidth = width;
                                                sPretended.preview.assign(frame, frame + sPretended.previewPixels);
                                            },
                                            [] { ++sPretended.histograms; }};
@@ -47,16 +44,8 @@ public:
     OpenFrameProcessor() : FrameProcessor(sPretendedDevice) {}
     using FrameProcessor::decoded;
     using FrameProcessor::m_binaryOverlay;
-    using FrameProcessor::m_firstFrameDatetime;
-    using FrameProcessor::m_firstFrameGpsPrecisionMeters;
-    using FrameProcessor::m_lastFrameDatetime;
     using FrameProcessor::m_photometryBuffer;
     using FrameProcessor::m_processedFitsFiles;
-    using FrameProcessor::m_recordingGpsNofSamples;
-    using FrameProcessor::m_recordingGpsSumHeightM;
-    using FrameProcessor::m_recordingGpsSumLatE7;
-    using FrameProcessor::m_recordNthFrame;
-    using FrameProcessor::m_stopRecording;
     using FrameProcessor::m_width;
     using FrameProcessor::recordingBegan;
 };
@@ -78,31 +67,15 @@ protected:
     }
     uint16_t& pixel(int x, int y) { return pixels[static_cast<size_t>(y) * static_cast<size_t>(cam.w) + x]; }
 
-    /// Sends the pixels as plain words or, where the camera is asked for fewer words than pixels, packed; the overlay
-    /// in their last row.
+    /// Sends the pixels as plain words, the overlay in their last row.
     void frame()
     {
         std::copy_n(overlay.row(), std::min(cam.w, 128), &pixel(0, cam.h - 1));
         sPretended.raw.clear();
-        if (cam.wCompact < cam.w)
-            for (size_t i = 0; i + 8 <= pixels.size(); i += 8)
-                packGroup(&pixels[i]);
-        else
-            for (const uint16_t p : pixels)
-                sPretended.raw.push_back(static_cast<uint16_t>(p >> 8 | (p >> 4 & 0xF) << 8));
+        for (const uint16_t p : pixels)
+            sPretended.raw.push_back(static_cast<uint16_t>(p >> 8 | (p >> 4 & 0xF) << 8));
         sPretended.bytesUsed = static_cast<int>(sPretended.raw.size() * 2);
         process();
-    }
-    /// Eight pixels in six words.
-    static void packGroup(const uint16_t* p)
-    {
-        const int words[] = {p[0] | (p[2] >> 4 & 0xF),
-                             p[1] | (p[3] >> 4 & 0xF),
-                             (p[2] & 0xFF00) | (p[4] >> 4 & 0xFF),
-                             (p[3] & 0xFF00) | (p[5] >> 4 & 0xFF),
-                             (p[4] & 0xF000) | p[6] >> 4,
-                             (p[5] & 0xF000) | p[7] >> 4};
-        sPretended.raw.insert(sPretended.raw.end(), std::begin(words), std::end(words));
     }
     void frames(int count)
     {
@@ -122,15 +95,6 @@ protected:
         testing::internal::CaptureStderr();
         action();
         return testing::internal::GetCapturedStderr();
-    }
-    /// What an action leaves in the log, between the lines that open and close it.
-    template <class Action>
-    std::string loggedBy(Action action)
-    {
-        libobribase::logOpen(".", '/');
-        action();
-        libobribase::logClose();
-        return folder.textOf("obri_app_log_");
     }
     static int countOf(const std::string& text, const std::string& part)
     {

@@ -43,16 +43,6 @@ TEST_F(RecordingFiles, WhatIsNoRecordingStays)
     EXPECT_TRUE(std::filesystem::is_symlink("recording.adv"));
 }
 
-TEST_F(RecordingFiles, DirectoryIsMadeOnceAndAFileIsNone)
-{
-    for (int i = 0; i < 2; ++i)
-        EXPECT_EQ(makeDirectory("fits"), "");
-    EXPECT_TRUE(std::filesystem::is_directory("fits"));
-    writeFile("file", "");
-    EXPECT_EQ(makeDirectory("file"), "file is not a directory");
-    EXPECT_EQ(makeDirectory("missing/fits"), "missing/fits cannot be created (No such file or directory)");
-}
-
 TEST_F(RecordingFiles, TakenFitsNamesGetANumber)
 {
     for (const char* path : {"a_12.5ms.fits", "a_12.5ms-2.fits", "a_12.5ms-3.fits"}) {
