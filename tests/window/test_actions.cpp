@@ -56,18 +56,14 @@ TEST_F(Actions, StartAndStopOnlyWhatIsNotSoAlready)
     EXPECT_THAT(usable(), ElementsAre("stopStreaming", "startRecordingAdv", "startRecordingFits"))
         << "refreshed by the action itself, before any timer";
     EXPECT_THAT(activate("stopStreaming"), ElementsAre("stopStreaming"));
+    EXPECT_THAT(activate("singleFitsLight"), ElementsAre("startRecordingSingleFits 0"));
+    EXPECT_THAT(activate("singleFitsDark"), ElementsAre("startRecordingSingleFits 68"));
+    EXPECT_THAT(activate("singleFitsFlat"), ElementsAre("startRecordingSingleFits 70"));
     EXPECT_THAT(activate("startRecordingAdv"), ElementsAre("startRecordingAdv"));
     EXPECT_THAT(activate("startRecordingFits"), ElementsAre("startRecordingFits"));
     cameraTurns(1, 1);
     EXPECT_TRUE(waitUntil([&] { return isEnabled("stopRecording"); }));
     EXPECT_THAT(activate("stopRecording"), ElementsAre("stopRecording"));
-}
-
-TEST_F(Actions, SingleFitsTellTheirKind)
-{
-    EXPECT_THAT(activate("singleFitsLight"), ElementsAre("startRecordingSingleFits 0"));
-    EXPECT_THAT(activate("singleFitsDark"), ElementsAre("startRecordingSingleFits 68"));
-    EXPECT_THAT(activate("singleFitsFlat"), ElementsAre("startRecordingSingleFits 70"));
 }
 
 TEST_F(Actions, TheBoxShowsTheSizeInForceWithoutSendingIt)

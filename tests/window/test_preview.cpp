@@ -100,34 +100,6 @@ TEST_F(Preview, IsDrawnNoMoreOftenThanItIsSeen)
     EXPECT_TRUE(isShown(image, 176)) << "the last one";
 }
 
-TEST_F(Preview, ImagesBeyondTheTextureAreRefused)
-{
-    auto image = noise(408, 310, 3);
-    show(image, 408);
-    ASSERT_TRUE(isShown(image, 408));
-    std::vector<uint32_t> wide(2049 * 2);
-    testing::internal::CaptureStderr();
-    show(wide, 2049);
-    EXPECT_NE(testing::internal::GetCapturedStderr().find("2049 x 2 refused"), std::string::npos);
-    window->renderPreviewFrame(nullptr, 408, 310);
-    letPass(0.2);
-    EXPECT_TRUE(isShown(image, 408));
-}
-
-TEST_F(Preview, ComesBackAfterItsAreaWasUnrealised)
-{
-    auto image = noise(816, 620, 5);
-    show(image, 816);
-    ASSERT_TRUE(isShown(image, 816));
-    area().hide();
-    gtk_widget_unrealize(GTK_WIDGET(area().gobj()));
-    auto dropped = noise(816, 620, 6);
-    show(dropped, 816); // there is no texture
-    letPass(0.1);
-    area().show();
-    EXPECT_TRUE(isShown(image, 816)) << "the last one, though the stream may have ended";
-}
-
 /// Runs on contexts that the environment chooses for the whole process.
 class PreviewOnOtherGl : public Preview {};
 
