@@ -54,20 +54,18 @@ void expectRoundTrip(const Image& image, const Bytes& block)
     ASSERT_EQ(back, image);
 }
 
-Image rareSecondValue()
-{
-    Image image(3000000, 16);
-    image[77] = 32;
-    return image;
-}
-
 using namespace lag1images;
 const std::pair<const char*, Image (*)()> sImages[] = {
     {"OneSample", [] { return Image{0x1234}; }},
     {"ThreeEqualSamples", [] { return Image(3, 7); }},
     {"AllZero", [] { return Image(1000); }},
     {"TwoValues", [] { return noise(4096, 2, 40000); }},
-    {"RareSecondValue", rareSecondValue},
+    {"RareSecondValue",
+     [] {
+         Image image(3000000, 16);
+         image[77] = 32;
+         return image;
+     }},
     {"Sky", [] { return sky(176, 128); }},
     {"SkyWithoutLineNoise", [] { return withoutLineNoise(sky(1624, 100), 1624); }},
     {"Gradient", [] { return gradient(640, 480); }},
@@ -173,26 +171,6 @@ TEST(Compressor, RefusesABlockCutShortAnywhere)
         }
         EXPECT_TRUE(compressor->TryDecompress(block, back.data()));
     }
-}
-
-TEST(Compressor, SurvivesDamageAndStillReadsTheNextBlock)
-{
-    std::mt19937 random(99);
-    const Image image = lag1images::sky(40, 30);
-    const auto compressor = compressorFor(image);
-    const Bytes good = compress(image);
-    Image back(image.size());
-    for (int round = 0; round < 3000; ++round) {
-        Bytes bad = good;
-        for (unsigned i = 0; i <= random() % 4; ++i)
-            bad[random() % (round % 2 ? 40 : bad.size())] = uint8_t(random());
-        compressor->TryDecompress(bad, back.data());
-        if (round % 50 == 0) {
-            ASSERT_TRUE(compressor->TryDecompress(good, back.data()));
-            ASSERT_EQ(back, image);
-        }
-    }
-    EXPECT_EQ(compress(*compressor, image), good);
 }
 
 } // namespace

@@ -64,14 +64,6 @@ std::vector<int> randomWidths(std::mt19937& random)
     return widths;
 }
 
-TEST(RangeCoder, CodesOneSampleOfHalfTheScaleToFourBytes)
-{
-    SModel model({524288, 524288});
-    EXPECT_EQ(model.compress({0}), Bytes({0, 0, 0, 0}));
-    EXPECT_EQ(model.compress({1}), Bytes({0x40, 0, 0, 0}));
-    EXPECT_EQ(model.compress({1, 1}), Bytes({0x60, 0, 0, 0}));
-}
-
 // Samples that creep up to a point from below leave a long run of bytes 255; a last one beyond the
 // point sends a carry through all of it, far further than any register reaches.
 TEST(RangeCoder, CarriesThroughLongRunsOf255)

@@ -1,4 +1,4 @@
-#include "AdvBuilder.h"
+#include "OpenBytes.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

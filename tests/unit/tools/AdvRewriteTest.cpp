@@ -1,12 +1,10 @@
 #include "AdvRewrite.h"
-#include "../base/TemporaryFolder.h"
+#include "../file/RecordingTestKit.h"
 #include "AdvBuilder.h"
 #include "AdvVerify.h"
 
-#include <csignal>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <sys/resource.h>
 
 namespace {
 
@@ -69,15 +67,8 @@ TEST_F(AdvRewrite, WhatCannotBeConvertedIsRefusedAndNothingIsLeft)
 TEST_F(AdvRewrite, AFullDiskLeavesNoHalfRecording)
 {
     writeWhole("in.adv", largeRecording(40).build());
-    rlimit before{};
-    getrlimit(RLIMIT_FSIZE, &before);
-    const rlimit small{50000, before.rlim_max};
-    const auto handler = signal(SIGXFSZ, SIG_IGN);
-    setrlimit(RLIMIT_FSIZE, &small);
-    const SRewriteResult result = repairRecording("in.adv", "out");
-    setrlimit(RLIMIT_FSIZE, &before);
-    signal(SIGXFSZ, handler);
-    EXPECT_THAT(result.error, HasSubstr("cannot write"));
+    const FileSizeLimit limit(50000);
+    EXPECT_THAT(repairRecording("in.adv", "out").error, HasSubstr("cannot write"));
     expectNothingLeft();
 }
 

@@ -1,8 +1,8 @@
 #include "AdvVerify.h"
 #include "../base/TemporaryFolder.h"
-#include "AdvBuilder.h"
 #include "AdvTime.h"
 #include "CommandLine.h"
+#include "OpenBytes.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

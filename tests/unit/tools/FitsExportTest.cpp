@@ -1,7 +1,7 @@
 #include "FitsExport.h"
 #include "../base/TemporaryFolder.h"
-#include "AdvBuilder.h"
 #include "FitsFolder.h"
+#include "OpenBytes.h"
 
 #include <cstdlib>
 #include <gmock/gmock.h>

@@ -1,8 +1,9 @@
 #include "LightCurve.h"
 #include "../base/TemporaryFolder.h"
-#include "AdvBuilder.h"
+#include "OpenBytes.h"
 
 #include <cmath>
+#include <cstring>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -25,7 +26,7 @@ AdvBuilder occultation()
         pixels[18 * 48 + 20] = n == 3 ? 65520 : n == 2 ? 3000 : 33000;
         pixels[28] = 65535;                                          // a hot pixel in the sky
         std::fill(pixels.end() - 48, pixels.end(), uint16_t{60000}); // what the camera leaves in the last row
-        builder.frames[n].pixels = pixelBytes(pixels);
+        memcpy(builder.frames[n].pixels.data(), pixels.data(), 2 * pixels.size());
     }
     builder.frames[1].pixels.pop_back();
     return builder;

@@ -1,40 +1,20 @@
 // The camera program's own writer against this reader: two readings of one layout that share no code.
-#include "../base/TemporaryFolder.h"
+#include "../file/RecordingTestKit.h"
 #include "AdvFile.h"
 #include "AdvTime.h"
 #include "AdvVerify.h"
 
 #include "AdvWriter.h"
-#include "DateTime.h"
 
 #include <gtest/gtest.h>
+#include <numeric>
 #include <random>
 
 namespace {
 
 using namespace obriadv;
-using Attributes = std::map<std::string, std::string>;
-
 constexpr uint32_t sWidth = 64, sHeight = 48;
-constexpr size_t sFrames = 12;
-
-/// A camera that takes a frame every 40 ms.
-class Camera final : public libobrifile::IFileWriterAttributesProvider {
-public:
-    int frame = 0;
-
-    void GetHeaderAttributes(Attributes& attribs) override { attribs = {{"OBSERVER", "J\xC3\xB6rg"}, {"RA", "1"}}; }
-    void GetFrameAttributes(Attributes& attribs) override { attribs["GAIN-DB"] = std::to_string(frame); }
-    uint32_t GetCameraFrameId() override { return 0xFFFFFFFAu + static_cast<uint32_t>(frame); } // wraps on the way
-    uint8_t GetGpsNofSatellites() override { return 7; }
-    uint8_t GetGpsFixState() override { return 0x83; }
-    uint16_t GetGpsDilusionOfPrecisionGptvh(int which) override { return static_cast<uint16_t>(100 + which); }
-    uint32_t GetGpsDilusionOfPrecisionTime() override { return 4; }
-    int IsTimeValid() override { return 1; }
-    uint16_t GetSensorTemperature() override { return 0x1A01; }
-    void GetDateTimeFrom(libobribase::DateTime* dt) override { *dt = {2026, 11, 21, 13, 30, 45, 40 * frame}; }
-    void GetDateTimeTo(libobribase::DateTime* dt) override { *dt = {2026, 11, 21, 13, 30, 45, 40 * frame + 38}; }
-};
+constexpr uint32_t sFrames = 12, sFirstId = 0xFFFFFFFA; // wraps on the way
 
 class WriterAgreement : public testing::TestWithParam<std::tuple<bool, bool>> {};
 
@@ -42,7 +22,10 @@ TEST_P(WriterAgreement, EveryByteIsAccountedForAndEveryFrameIsRight)
 {
     const auto [isCompressed, hasZone] = GetParam();
     const TemporaryFolder folder;
-    Camera camera;
+    FakeProvider camera;
+    camera.header["OBSERVER"] = "J\xC3\xB6rg";
+    camera.fixState = 0x83;
+    std::iota(std::begin(camera.dop), std::end(camera.dop), uint16_t{100});
     libobrifile::ZoneDefinition zone{10, 20, 16, 8};
     std::mt19937 random(3);
     std::vector<std::vector<uint16_t>> sent;
@@ -51,7 +34,11 @@ TEST_P(WriterAgreement, EveryByteIsAccountedForAndEveryFrameIsRight)
         const std::vector<libobrifile::ZoneDefinition*> zones(hasZone ? 1 : 0, &zone);
         writer.CreateAdvFile("a.adv", sWidth, sHeight, 16, zones, isCompressed);
         writer.StartRecording();
-        for (; camera.frame < static_cast<int>(sFrames); ++camera.frame) {
+        for (int n = 0; n < int(sFrames); ++n) {
+            camera.frame["GAIN-DB"] = std::to_string(n);
+            camera.frameId = sFirstId + uint32_t(n);
+            camera.from = {2026, 11, 21, 13, 30, 45, 40 * n};
+            camera.to = {2026, 11, 21, 13, 30, 45, 40 * n + 38};
             std::vector<uint16_t> pixels(sWidth * sHeight);
             for (uint16_t& pixel : pixels)
                 pixel = static_cast<uint16_t>(3000 + 16 * (random() % 25));
@@ -66,18 +53,18 @@ TEST_P(WriterAgreement, EveryByteIsAccountedForAndEveryFrameIsRight)
     EXPECT_EQ(report.exitStatus(), 0) << report.text();
     EXPECT_EQ(tagValue(file.header().systemMetadata, "OBSERVER"), "J\xC3\xB6rg");
     ASSERT_EQ(file.frames().size(), sFrames);
-    for (size_t n = 0; n < sFrames; ++n) {
+    for (uint32_t n = 0; n < sFrames; ++n) {
         const SAdvFrame& frame = file.frames()[n];
         EXPECT_EQ(isoTime(frame.startNs - static_cast<int64_t>(n) * 40'000'000), "2026-11-21T13:30:45.000");
         EXPECT_EQ(frame.endNs - frame.startNs, 38'000'000);
         EXPECT_EQ(frame.status.gain, std::to_string(n));
-        EXPECT_EQ(frame.status.cameraFrameId, 0xFFFFFFFAu + static_cast<uint32_t>(n));
+        EXPECT_EQ(frame.status.cameraFrameId, sFirstId + n);
         EXPECT_EQ(frame.status.fixStatus, 0x83);
-        EXPECT_EQ(frame.status.temperature, 26.0f);
+        EXPECT_EQ(frame.status.temperature, 25.0f);
         const SAdvStatus& dops = frame.status;
         EXPECT_EQ(std::tie(dops.gdop, dops.pdop, dops.tdop, dops.vdop, dops.hdop),
                   std::tuple(1.00f, 1.01f, 1.02f, 1.03f, 1.04f));
-        EXPECT_EQ(frame.status.dopTime, 4u);
+        EXPECT_EQ(frame.status.dopTime, 77u);
         EXPECT_TRUE(frame.status.present.all());
         std::vector<uint16_t> pixels;
         std::string error;

@@ -24,13 +24,12 @@ protected:
         provider.header = {{"OBSERVER", "Ann O'Hara"}, {"TELESCOP", "C8"}, {"INSTRUME", "OBRI+CAM"}, {"OBJECT", "x"}};
         provider.frame = {{"DATE-OBS", "2020-01-01T00:00:00.040"}, {"EXPTIME", "0.040000000"}, {"CCD-TEMP", "21.0"}};
         libobrifile::FitsSequenceWriter writer(&provider);
-        writer.CreateFitsSequence(directory / "s_[FRAMENR].fits", width, height, 16);
+        writer.CreateFitsSequence("s_[FRAMENR].fits", width, height, 16);
         writer.StartRecording();
         writer.RecordFrame(reinterpret_cast<uint8_t*>(image.data()), image.size() * 2, 0);
         writer.StopRecording();
     }
-    TemporaryDirectory directory;
-    std::string path = directory / "s_00001.fits";
+    const TemporaryFolder folder;
     std::vector<uint16_t> image; // top row first
 };
 
@@ -40,7 +39,7 @@ TEST_P(FitsOutsideReader, SeesTheImageAndItsHeader)
     fitsfile* file = nullptr;
     int status = 0, bitpix = 0, axes = 0;
     long sizes[2] = {};
-    fits_open_image(&file, path.c_str(), READONLY, &status);
+    fits_open_image(&file, "s_00001.fits", READONLY, &status);
     fits_get_img_param(file, 2, &bitpix, &axes, sizes, &status);
     ASSERT_EQ(status, 0);
     EXPECT_EQ(bitpix, 16);
@@ -64,24 +63,20 @@ TEST_P(FitsOutsideReader, FitsverifyComplainsOfNothingButTheFill)
     if (std::system("command -v fitsverify > /dev/null") != 0)
         GTEST_SKIP() << "fitsverify is not installed";
     const bool hasFill = image.size() * 2 % 2880 != 0;
-    const std::string report = directory / "report";
-    EXPECT_EQ(std::system(("fitsverify " + path + " > " + report + " 2>&1").c_str()) != 0, hasFill);
-    const std::string text = readFile(report);
+    EXPECT_EQ(std::system("fitsverify s_00001.fits > report 2>&1") != 0, hasFill);
+    const std::string text = folder.textOf("report");
     EXPECT_EQ(text.find("Data fill area invalid") != std::string::npos, hasFill);
     EXPECT_THAT(text, HasSubstr(hasFill ? "found 0 warning(s) and 1 error(s)" : "found 0 warning(s) and 0 error(s)"));
 }
 
 TEST_P(FitsOutsideReader, AstropySeesTheImage)
 {
-    const std::string python = "/usr/bin/python3 -W ignore -c \"import sys; from astropy.io import fits; ";
+    const std::string python = "/usr/bin/python3 -W ignore -c \"from astropy.io import fits; ";
     if (std::system((python + "\" 2> /dev/null").c_str()) != 0)
         GTEST_SKIP() << "astropy is not installed";
-    const std::string raw = directory / "raw";
-    ASSERT_EQ(
-        std::system((python + "fits.getdata(sys.argv[1])[::-1].astype('=u2').tofile(sys.argv[2])\" " + path + " " + raw)
-                        .c_str()),
-        0);
-    const std::string read = readFile(raw);
+    const std::string program = "fits.getdata('s_00001.fits')[::-1].astype('=u2').tofile('raw')\"";
+    ASSERT_EQ(std::system((python + program).c_str()), 0);
+    const std::string read = folder.textOf("raw");
     ASSERT_EQ(read.size(), image.size() * 2);
     EXPECT_EQ(memcmp(read.data(), image.data(), read.size()), 0);
 }
