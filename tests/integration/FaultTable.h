@@ -13,7 +13,6 @@ struct SFault {
     size_t missing = 0;               ///< frames put into a buffer that are no frames to record
     bool endsRecording = false;       ///< by itself
     const char* remark = nullptr;     ///< set where numbers and times of frames are not the camera's: what they are
-    const char* shown = nullptr;      ///< in the window
 };
 
 /// Those that the camera has from the start, and those that come while frames flow.

@@ -163,10 +163,10 @@ size_t Program::framesSent() const
         lines.begin(), lines.end(), [](const std::string& line) { return line.find(" sent ") != std::string::npos; }));
 }
 
-bool Program::waitForFrames(size_t count, Seconds deadline)
+bool Program::waitForFrames(size_t count)
 {
     for (size_t sent = framesSent(); sent < count; sent = framesSent())
-        if (!waitFor([&] { return framesSent() > sent; }, deadline))
+        if (!waitFor([&] { return framesSent() > sent; }))
             return false;
     return true;
 }
@@ -199,9 +199,9 @@ bool Program::isEnabled(const std::string& action) const
     return enabled;
 }
 
-bool Program::waitUntilEnabled(const std::string& action, Seconds deadline) const
+bool Program::waitUntilEnabled(const std::string& action) const
 {
-    return waitFor([&] { return isEnabled(action); }, deadline);
+    return waitFor([&] { return isEnabled(action); });
 }
 
 void Program::runXdotool(const std::vector<std::string>& words) const
@@ -276,11 +276,6 @@ void Program::selectRow(const std::string& mnemonic, int row)
 void Program::type(const std::string& text)
 {
     runXdotool({"type", "--delay", "30", text});
-}
-
-void Program::click(int x, int y)
-{
-    drag(x, y, 0, 0);
 }
 
 void Program::drag(int x, int y, int dx, int dy)

@@ -57,14 +57,14 @@ public:
     bool waitForWindow();
     /// Frames that the camera has sent so far.
     size_t framesSent() const;
-    /// Waits until the camera has sent this many frames since the program was started; the deadline is for each.
-    bool waitForFrames(size_t count, Seconds deadline = sPatience);
+    /// Waits until the camera has sent this many frames since the program was started; each one has its own deadline.
+    bool waitForFrames(size_t count);
     /// Waits until it has sent so many more.
     bool waitForMoreFrames(size_t count);
     /// Calls a window action as the menu does.
     void activate(const std::string& action);
     bool isEnabled(const std::string& action) const;
-    bool waitUntilEnabled(const std::string& action, Seconds deadline = sPatience) const;
+    bool waitUntilEnabled(const std::string& action) const;
     /// Sends keys to the window: "ctrl+q", "Tab".
     void key(const std::string& keys);
     /// The same, but a window that is gone is no error.
@@ -75,8 +75,7 @@ public:
     void selectRow(const std::string& mnemonic, int row);
     /// Types text into the focused control.
     void type(const std::string& text);
-    /// Presses the primary button at a point of the window and lets it go, there or after a move.
-    void click(int x, int y);
+    /// Presses the primary button at a point of the window and lets it go after a move.
     void drag(int x, int y, int dx, int dy);
 
     void signal(int number);

@@ -1,5 +1,6 @@
 #include "RecordingCheck.h"
 
+#include <algorithm>
 #include <charconv>
 #include <sstream>
 #include <stdexcept>
@@ -15,54 +16,41 @@ int64_t overlayTime(int64_t unixNs)
     return (unixNs / sNsPerMs) * sNsPerMs - sUnixSecondsOf2010 * 1'000'000'000;
 }
 
-/// Collects findings, and stops collecting when a fault repeats for every frame.
-class Findings {
-public:
-    void add(const std::string& text)
-    {
-        if (m_lines.size() < 20)
-            m_lines.push_back(text);
-    }
-    std::vector<std::string> take() { return std::move(m_lines); }
-
-private:
-    std::vector<std::string> m_lines;
-};
-
-void compareFrame(obriadv::AdvFile& file, size_t n, const SCameraFrame& sent, EPixels expected, Findings& findings)
+void compareFrame(obriadv::AdvFile& file, size_t n, const SCameraFrame& sent, EPixels expected,
+                  std::vector<std::string>& findings)
 {
     const obriadv::SAdvFrame& frame = file.frames()[n];
     const std::string name = "frame " + std::to_string(n) + " (camera " + std::to_string(sent.id) + "): ";
     if (!sent.sent)
-        findings.add(name + "the camera never sent it");
+        findings.push_back(name + "the camera never sent it");
     if (frame.startNs != sent.startNs || frame.endNs != sent.endNs)
-        findings.add(name + "times " + std::to_string(frame.startNs) + " to " + std::to_string(frame.endNs) +
-                     ", sent " + std::to_string(sent.startNs) + " to " + std::to_string(sent.endNs));
+        findings.push_back(name + "times " + std::to_string(frame.startNs) + " to " + std::to_string(frame.endNs) +
+                           ", sent " + std::to_string(sent.startNs) + " to " + std::to_string(sent.endNs));
     if (frame.midNs != static_cast<uint64_t>((sent.startNs + sent.endNs) / 2))
-        findings.add(name + "mid-exposure is not the middle");
+        findings.push_back(name + "mid-exposure is not the middle");
     if (frame.durationNs != static_cast<uint32_t>(sent.endNs - sent.startNs))
-        findings.add(name + "duration is not the exposure");
+        findings.push_back(name + "duration is not the exposure");
     if (frame.status.systemTimeNs != sent.startNs)
-        findings.add(name + "system time is not the start of the exposure");
+        findings.push_back(name + "system time is not the start of the exposure");
     std::vector<uint16_t> pixels;
     std::string error;
     if (!file.readPixels(n, pixels, error))
-        findings.add(name + error);
+        findings.push_back(name + error);
     else if (expected == EPixels::AsSent && hashOf(pixels) != sent.hash)
-        findings.add(name + "other pixels than sent");
+        findings.push_back(name + "other pixels than sent");
 }
 
-void compareIndex(const obriadv::AdvFile& file, Findings& findings)
+void compareIndex(const obriadv::AdvFile& file, std::vector<std::string>& findings)
 {
     const auto& frames = file.frames();
     const auto& index = file.index();
     if (!index.isPresent || index.mainCount != frames.size() || file.header().streams.at(0).frameCount != frames.size())
-        return findings.add("index and counts do not hold " + std::to_string(frames.size()) + " frames");
+        return findings.push_back("index and counts do not hold " + std::to_string(frames.size()) + " frames");
     for (size_t n = 0; n < frames.size(); ++n) {
         const uint64_t ticks = static_cast<uint64_t>((frames[n].startNs - frames[0].startNs) / 100);
         if (index.entries[n].offset != static_cast<uint32_t>(frames[n].offset) ||
             index.entries[n].length != frames[n].length || index.entries[n].ticks != static_cast<uint32_t>(ticks))
-            findings.add("index entry " + std::to_string(n) + " is not its frame's");
+            findings.push_back("index entry " + std::to_string(n) + " is not its frame's");
     }
 }
 
@@ -100,21 +88,22 @@ uint64_t hashOf(const std::vector<uint16_t>& pixels)
 std::vector<std::string> differences(const std::filesystem::path& recording,
                                      const std::map<uint32_t, SCameraFrame>& camera, EPixels pixels)
 {
-    Findings findings;
+    std::vector<std::string> findings;
     obriadv::AdvFile file;
     if (const std::string error = file.open(recording); !error.empty())
         return {error};
     for (const auto& damage : file.damage())
-        findings.add("at byte " + std::to_string(damage.offset) + ": " + damage.text);
+        findings.push_back("at byte " + std::to_string(damage.offset) + ": " + damage.text);
     for (const auto& region : file.regions())
         if (region.kind == obriadv::EAdvRegion::Unaccounted)
-            findings.add(std::to_string(region.length) + " unaccounted bytes at " + std::to_string(region.offset));
+            findings.push_back(std::to_string(region.length) + " unaccounted bytes at " +
+                               std::to_string(region.offset));
 
     for (size_t n = 0; n < file.frames().size(); ++n) {
         const uint32_t id = file.frames()[n].status.cameraFrameId;
         const auto sent = camera.find(id);
         if (sent == camera.end()) {
-            findings.add("frame " + std::to_string(n) + ": the camera made none of number " + std::to_string(id));
+            findings.push_back("frame " + std::to_string(n) + ": the camera made none of number " + std::to_string(id));
             continue;
         }
         compareFrame(file, n, sent->second, pixels, findings);
@@ -122,12 +111,13 @@ std::vector<std::string> differences(const std::filesystem::path& recording,
             continue;
         for (uint32_t missing = file.frames()[n - 1].status.cameraFrameId + 1; missing < id; ++missing)
             if (const auto lost = camera.find(missing); lost != camera.end() && lost->second.sent)
-                findings.add("camera frame " + std::to_string(missing) + " was sent and is missing");
+                findings.push_back("camera frame " + std::to_string(missing) + " was sent and is missing");
         if (id <= file.frames()[n - 1].status.cameraFrameId)
-            findings.add("frame " + std::to_string(n) + " is out of order");
+            findings.push_back("frame " + std::to_string(n) + " is out of order");
     }
     compareIndex(file, findings);
-    return findings.take();
+    findings.resize(std::min(findings.size(), size_t{20})); // a fault repeats for every frame
+    return findings;
 }
 
 size_t framesIn(const std::filesystem::path& recording)

@@ -93,7 +93,7 @@ private:
         else
             m_program.drag(640, 110 + upTo(140), 0, upTo(200) - 100);
     }
-    void pressPreset() { m_program.click(589, 125 + 40 * upTo(4)); }
+    void pressPreset() { m_program.drag(589, 125 + 40 * upTo(4), 0, 0); }
 
     void recordOrStop()
     {
