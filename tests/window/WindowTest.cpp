@@ -13,21 +13,11 @@ namespace {
 
 CameraFake sCamera;
 
-void note(const char* name)
+/// Notes a call: its name, and what it was given.
+template <class... T>
+void note(const char* name, T... values)
 {
-    sCamera.calls.push_back(name);
-}
-
-template <size_t N>
-struct SName {
-    char text[N];
-    constexpr SName(const char (&source)[N]) { std::copy_n(source, N, text); }
-};
-
-template <SName name>
-void noteInt(int value)
-{
-    sCamera.calls.push_back(std::string(name.text) + " " + std::to_string(value));
+    sCamera.calls.push_back((std::string(name) + ... + (' ' + std::to_string(values))));
 }
 
 } // namespace
@@ -71,19 +61,17 @@ SUiFunctions WindowTest::functionTable()
     table.startRecordingAdv = [] { note("startRecordingAdv"); };
     table.startRecordingFits = [] { note("startRecordingFits"); };
     table.stopRecording = [] { note("stopRecording"); };
-    table.startRecordingSingleFits = noteInt<"startRecordingSingleFits">;
-    table.setResolution = [](int width, int height) {
-        sCamera.calls.push_back("setResolution " + std::to_string(width) + " " + std::to_string(height));
-    };
-    table.setExposureTime = noteInt<"setExposureTime">;
-    table.setGain = noteInt<"setGain">;
-    table.setHighGainMode = noteInt<"setHighGainMode">;
-    table.setBlackLevel = noteInt<"setBlackLevel">;
-    table.setInvertMode = noteInt<"setInvertMode">;
-    table.setFpnMode = noteInt<"setFpnMode">;
-    table.setFlipMode = noteInt<"setFlipMode">;
-    table.setShowPcTime = noteInt<"setShowPcTime">;
-    table.setOverlayMode = noteInt<"setOverlayMode">;
+    table.startRecordingSingleFits = [](int value) { note("startRecordingSingleFits", value); };
+    table.setResolution = [](int width, int height) { note("setResolution", width, height); };
+    table.setExposureTime = [](int value) { note("setExposureTime", value); };
+    table.setGain = [](int value) { note("setGain", value); };
+    table.setHighGainMode = [](int value) { note("setHighGainMode", value); };
+    table.setBlackLevel = [](int value) { note("setBlackLevel", value); };
+    table.setInvertMode = [](int value) { note("setInvertMode", value); };
+    table.setFpnMode = [](int value) { note("setFpnMode", value); };
+    table.setFlipMode = [](int value) { note("setFlipMode", value); };
+    table.setShowPcTime = [](int value) { note("setShowPcTime", value); };
+    table.setOverlayMode = [](int value) { note("setOverlayMode", value); };
     table.getIsStreaming = [] { return sCamera.streaming; };
     table.getIsRecording = [] { return sCamera.recording; };
     return table;

@@ -83,14 +83,4 @@ TEST_F(Controls, EntriesSendWhatIsInRangeAndMarkWhatIsNot)
     }
 }
 
-TEST_F(Controls, AspectRatioSetsTheZoomThatGoesWithIt)
-{
-    auto& zoom = find<Gtk::ComboBoxText>("cmbPreviewZoomFactor");
-    auto& ratio = find<Gtk::ComboBoxText>("cmbPreviewAspectRatio");
-    ratio.set_active(2);
-    EXPECT_EQ(zoom.get_active_text(), "50%");
-    ratio.set_active(1);
-    EXPECT_EQ(zoom.get_active_text(), "25%");
-}
-
 } // namespace

@@ -13,51 +13,37 @@ using libobribase::SHistogramBins;
 
 namespace {
 
-/// A night: nearly all pixels in a narrow sky, stars a thousand times fewer.
-SHistogramBins darkSky()
-{
-    SHistogramBins counts;
-    counts.bins[0] = 5'000'000; // counts in neither maximum nor total
-    counts.bins[100] = counts.maxValue = 1'000'000;
-    counts.bins[600] = 1000;
-    counts.bins[900] = 1;
-    return counts;
-}
-
-double heightAt(const std::vector<SHistoPoint>& points, const Rect& plot, int bin)
-{
-    return plot.Y2() - points[static_cast<size_t>(bin) * plot.w / SHistogramBins::sCount].y;
-}
-
 TEST(HistogramCurve, ShowsStarsBesideTheSky)
 {
+    SHistogramBins night;
+    night.bins[0] = 5'000'000; // counts in neither maximum nor total
+    night.bins[100] = night.maxValue = 1'000'000;
+    night.bins[600] = 1000;
+    night.bins[900] = 1;
     const Rect plot(12, 2, 12 + 512, 2 + 100);
     std::vector<SHistoPoint> points;
-    computeHistoPoints(darkSky(), plot, points);
+    computeHistoPoints(night, plot, points);
     ASSERT_EQ(points.size(), 512u);
-    EXPECT_DOUBLE_EQ(heightAt(points, plot, 100), 100);
-    EXPECT_NEAR(heightAt(points, plot, 600), 50, 1) << "a thousandth of the peak is half as high";
-    EXPECT_GT(heightAt(points, plot, 900), 3) << "a single pixel is seen";
-    EXPECT_DOUBLE_EQ(heightAt(points, plot, 300), 0);
-    EXPECT_DOUBLE_EQ(heightAt(points, plot, 0), 100) << "beyond the maximum: cut at the top";
+    const auto heightAt = [&](size_t bin) { return plot.Y2() - points[bin / 2].y; };
+    EXPECT_DOUBLE_EQ(heightAt(100), 100);
+    EXPECT_NEAR(heightAt(600), 50, 1) << "a thousandth of the peak is half as high";
+    EXPECT_GT(heightAt(900), 3) << "a single pixel is seen";
+    EXPECT_DOUBLE_EQ(heightAt(300), 0);
+    EXPECT_DOUBLE_EQ(heightAt(0), 100) << "beyond the maximum: cut at the top";
 }
 
 TEST(HistogramCurve, KeepsEveryBinAtAnyWidth)
 {
-    SHistogramBins counts;
-    counts.maxValue = 1;
-    for (const int width : {1, 7, 333, 1023, 1024, 2000}) {
-        const Rect plot(0, 0, width, 50);
-        for (const int bin : {0, 1, 511, 1022, 1023}) {
-            counts.bins = {};
-            counts.bins[static_cast<size_t>(bin)] = 1;
-            std::vector<SHistoPoint> points;
-            computeHistoPoints(counts, plot, points);
+    std::vector<SHistoPoint> points;
+    for (const int width : {1, 7, 333, 1023, 1024, 2000})
+        for (const size_t bin : {0, 1, 511, 1022, 1023}) {
+            SHistogramBins counts;
+            counts.bins[bin] = counts.maxValue = 1;
+            computeHistoPoints(counts, Rect(0, 0, width, 50), points);
             ASSERT_EQ(points.size(), static_cast<size_t>(width));
             EXPECT_TRUE(std::any_of(points.begin(), points.end(), [](const SHistoPoint& p) { return p.y == 0; }))
                 << "bin " << bin << " of a plot " << width << " wide";
         }
-    }
 }
 
 class HistogramControl : public WindowTest {

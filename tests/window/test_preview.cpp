@@ -76,30 +76,6 @@ TEST_F(Preview, StreamGoesOnWhileTheWindowStandsStill)
     EXPECT_TRUE(isShown(image, 176)) << "the last one";
 }
 
-TEST_F(Preview, IsDrawnNoMoreOftenThanItIsSeen)
-{
-    int drawn = 0;
-    const auto count = [&](const Cairo::RefPtr<Cairo::Context>&) {
-        ++drawn;
-        return false; // it is drawn all the same
-    };
-    area().signal_draw().connect(count, false);
-    std::vector<uint32_t> image = noise(176, 128, 0);
-    show(image, 176);
-    ASSERT_TRUE(isShown(image, 176));
-    drawn = 0;
-    const auto begin = Clock::now();
-    for (unsigned frame = 1; frame <= 500 && Clock::now() < begin + std::chrono::seconds(2); ++frame) {
-        image = noise(176, 128, frame);
-        show(image, 176);
-        letPass(0.002);
-    }
-    const std::chrono::duration<double> passed = Clock::now() - begin;
-    EXPECT_LE(drawn, passed.count() * 31 + 1);
-    EXPECT_GT(drawn, 3);
-    EXPECT_TRUE(isShown(image, 176)) << "the last one";
-}
-
 /// Runs on contexts that the environment chooses for the whole process.
 class PreviewOnOtherGl : public Preview {};
 

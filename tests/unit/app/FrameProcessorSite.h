@@ -44,7 +44,6 @@ public:
     OpenFrameProcessor() : FrameProcessor(sPretendedDevice) {}
     using FrameProcessor::decoded;
     using FrameProcessor::m_binaryOverlay;
-    using FrameProcessor::m_photometryBuffer;
     using FrameProcessor::m_processedFitsFiles;
     using FrameProcessor::m_width;
     using FrameProcessor::recordingBegan;

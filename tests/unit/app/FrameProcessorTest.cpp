@@ -1,12 +1,9 @@
 // What happens to a frame between the driver's buffer and the window.
 
 #include "FrameProcessorSite.h"
-#include "GpsLogger.h"
-#include "SharedFlag.h"
 
 #include <gmock/gmock.h>
 
-using libobribase::storeShared;
 using testing::HasSubstr;
 
 namespace {
@@ -94,18 +91,6 @@ TEST_F(FrameSteps, LostFramesAreTheGapsOfTheCamerasCounter)
     EXPECT_EQ(lostAfter(900) - base, 4u);
 }
 
-TEST_F(FrameSteps, GpsLogGetsOneRowAMinute)
-{
-    auto* logger = libobribase::CGpsLogger::instance();
-    ASSERT_TRUE(logger->Start("."));
-    for (int minute : {7, 7, 8, 8, 7}) {
-        overlay.byte(12, minute);
-        frame();
-    }
-    logger->Stop();
-    EXPECT_EQ(countOf(readFile(filesIn(".").at(0)), "\r"), 1 + 3);
-}
-
 TEST_F(FrameSteps, LineNoiseGoesExceptFromTheRowsKept)
 {
     const auto striped = [](int y) { return static_cast<uint16_t>(0x4000 + (y % 2 ? 0x80 : 0)); };
@@ -182,21 +167,13 @@ TEST_F(FrameSteps, CrossHairLiesWhereItIsDefined)
     }
 }
 
-TEST_F(FrameSteps, HistogramAndPhotometryComeWithEveryFrame)
+TEST_F(FrameSteps, HistogramComesWithEveryFrame)
 {
     m_updateHistogram = 0;
     m_histogram->ClearHistoBuffer();
     setMode(2);
-    storeShared(m_photometryTargetX, 5000); // chosen on a larger image
-    storeShared(m_photometryTargetY, 5000);
-    pixel(239, 62) = 0x6660;
     frames(2);
     EXPECT_EQ(sPretended.histograms, 2);
     EXPECT_EQ(m_updateHistogram, 1);
     EXPECT_EQ(m_histogram->GetHistoBin(0x4000 / 64), 240u * (64 - 33)); // rows 17 to 47
-    std::vector<uint16_t> window(256);
-    ASSERT_TRUE(processor.m_photometryBuffer->read(0, window.data()));
-    EXPECT_EQ(window[14 * 16 + 15], 0x6660);
-    storeShared(m_photometryTargetX, 0);
-    storeShared(m_photometryTargetY, 0);
 }

@@ -73,9 +73,8 @@ TEST_F(RecordingControl, SingleFitsIsTheNextFrameAndDoesNotMixWithASequenceOfThe
         frames(2);
     }
     EXPECT_EQ(filesIn("fits").size(), 8u);
-    writeFile("file", "mine");
     std::filesystem::remove_all("fits");
-    std::filesystem::rename("file", "fits");
+    writeFile("fits", "mine");
     EXPECT_EQ(startSingle(), "The FITS file was refused: fits is not a directory\n");
 }
 
@@ -93,22 +92,22 @@ TEST_F(RecordingControl, AttributesTellCameraAndOverlay)
     read.m_exposureNanoseconds = 5;
     read.m_temperatureRaw = 0x9501; // -21 degrees
 
-    std::map<std::string, std::string> file, frame;
+    using Attributes = std::map<std::string, std::string>;
+    Attributes file, frame;
     processor.GetHeaderAttributes(file);
     processor.GetFrameAttributes(frame);
-    const std::pair<const char*, const char*> ofTheNight[] = {
+    const Attributes ofTheNight = {
         {"AUTHOR", "J\xC3\xBCrg"}, {"OBSERVER", "J\xC3\xBCrg"}, {"TELESCOP", ""}, {"OBJECT", "(1) Ceres"},
         {"OBJNAME", "(1) Ceres"},  {"BINNING-X", "1"},          {"WIDTH", "240"}, {"HEIGHT", "64"}};
     for (const auto& [name, value] : ofTheNight)
         EXPECT_EQ(file[name], value) << name;
     EXPECT_EQ(file.size(), 16u);
-    const std::map<std::string, std::string> expectedFrame = {{"LATITUDE", "-47.1234567"},
-                                                              {"LONGITUDE", "8.5000000"},
-                                                              {"ALTITUDE", "432.1"},
-                                                              {"CCD-TEMP", "-21.0"},
-                                                              {"DATE-OBS", "2024-03-05T06:07:08.250"},
-                                                              {"EXPTIME", "1.000000005"}};
-    EXPECT_EQ(frame, expectedFrame);
+    EXPECT_EQ(frame, (Attributes{{"LATITUDE", "-47.1234567"},
+                                 {"LONGITUDE", "8.5000000"},
+                                 {"ALTITUDE", "432.1"},
+                                 {"CCD-TEMP", "-21.0"},
+                                 {"DATE-OBS", "2024-03-05T06:07:08.250"},
+                                 {"EXPTIME", "1.000000005"}}));
     EXPECT_EQ(processor.GetSensorTemperature(), 0x10000 - 21);
 
     read.m_temperatureRaw = 0x1500; // no reading
