@@ -23,7 +23,6 @@ TEST_F(AdvFrame, FullFramesIndexAndCounts)
 
 TEST_F(AdvFrame, StatusEntriesCarryTheProvidersValues)
 {
-    provider.frameId = 0x01020304;
     provider.fixState = 0xE3; // all bits, not just the two that tell a fix
     provider.dopTime = 0xFFFFFFFF;
     provider.frame["GAIN-DB"] = std::string(40000, 'g'); // beyond the limit; the length must stay true
@@ -31,7 +30,6 @@ TEST_F(AdvFrame, StatusEntriesCarryTheProvidersValues)
     for (const auto& [code, value] :
          {std::pair{0x1A00, -999.0F}, {0x1A03, 26.0078125F}, {0xFFEB, 255.9140625F}, {0x0001, 0.0F}}) {
         AdvBuilder::SFrame& frame = expected.add(1).frames.back();
-        frame.counter = 0xFFFFFFFF;
         frame.temperature = value;
         frame.fix = 0xE3;
         frame.dopTime = 0xFFFFFFFF;

@@ -69,16 +69,3 @@ TEST_F(AdvHeader, ZonesKeepWhatLiesAboveTheLastRow)
         expectFile();
     }
 }
-
-TEST_F(AdvHeader, ImageWithoutPixelsIsRefused)
-{
-    for (const auto& [w, h, bits] : {std::tuple{0, 480, 16}, {640, 0, 16}, {1, 480, 8}}) {
-        expected.width = static_cast<uint32_t>(w);
-        expected.height = static_cast<uint32_t>(h);
-        expected.bits = static_cast<uint8_t>(bits);
-        start();
-        EXPECT_FALSE(writer->IsRecording());
-        EXPECT_NE(writer->GetFailureText().find("impossible image size"), std::string::npos);
-    }
-    EXPECT_FALSE(std::filesystem::exists("a.adv"));
-}

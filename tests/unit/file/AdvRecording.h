@@ -63,9 +63,9 @@ protected:
         writer->RecordFrame(frame.pixels.data(), frame.pixels.size(), sTicks2010 + AdvBuilder::sFirstStart / 100);
     }
     /// Starts and records the builder's frames.
-    void recordAll(std::vector<libobrifile::ZoneDefinition> zones = {})
+    void recordAll(std::vector<libobrifile::ZoneDefinition> zones = {}, int compress = 0)
     {
-        start(zones);
+        start(zones, compress);
         for (const AdvBuilder::SFrame& frame : expected.frames)
             record(frame);
     }

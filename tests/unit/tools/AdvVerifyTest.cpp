@@ -1,6 +1,5 @@
 #include "AdvVerify.h"
 #include "../base/TemporaryFolder.h"
-#include "AdvTime.h"
 #include "CommandLine.h"
 #include "OpenBytes.h"
 
@@ -143,7 +142,8 @@ TEST(CommandLine, StatusTellsWhatHappened)
         {{"frame", "good.adv", "5", "x.fits"}, 1, "", "obri-adv: good.adv: there is no frame 5"},
         {{"frame", "good.adv", "-1", "x.fits"}, 2, "", "obri-adv: \"-1\" is no frame number"},
         {{"lightcurve", "good.adv", "--at", "3,nan"}, 2, "", "obri-adv: \"--at\" wants two numbers"},
-        {{"lightcurve", "good.adv", "--at=3,3"}, 1, "", "obri-adv: good.adv: frame 0: the aperture"},
+        {{"lightcurve", "good.adv", "--at=3,3", "--radius=1000000"}, 2, "", "obri-adv: the aperture and the ring"},
+        {{"lightcurve", "good.adv", "--at=-9999,3"}, 1, "", "obri-adv: good.adv: frame 0: the aperture"},
         {{"compress", "bad.adv", "y.adv"}, 1, "", "obri-adv: bad.adv: the recording is not whole"},
         {{"polish", "good.adv"}, 2, "", "obri-adv: there is no command \"polish\""},
     };
@@ -183,17 +183,6 @@ TEST(AdvInfo, TellsWhatTheRecordingHolds)
                              "\"framesPerSecond\": 24.1071", "\"interrupted\": false", "\"readings\": 28",
                              "\"\\u001b[2J\\\"\\\\ \xC3\xBC \\ufffd( \\ufffd\\ufffd\\ufffd\""})
         EXPECT_THAT(json.str(), HasSubstr(part));
-}
-
-TEST(AdvTime, IsWrittenAndReadAsCalendarDate)
-{
-    int64_t ns = 0;
-    EXPECT_EQ(isoTime(-1, 9), "2009-12-31T23:59:59.999999999");
-    EXPECT_TRUE(parseIsoTime("2012-02-29T23:59:59.999999999", ns));
-    EXPECT_EQ(isoTime(ns, 3), "2012-02-29T23:59:59.999");
-    for (const char* text : {"", "2020-01-01", "2020-02-30T00:00:00", "2020-01-01T24:00:00", "2020-01-01 00:00:00",
-                             "2020-01-01T00:00:00.x", "2020-+1-01T00:00:00"})
-        EXPECT_FALSE(parseIsoTime(text, ns)) << text;
 }
 
 } // namespace

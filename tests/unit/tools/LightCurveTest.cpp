@@ -52,18 +52,4 @@ TEST(LightCurve, FindsFluxAndTimesAndTellsBadFrames)
     EXPECT_THAT(folder.textOf("a.png"), HasSubstr("PNG"));
 }
 
-TEST(LightCurve, WhereNothingWasRecordedNothingIsMeasured)
-{
-    AdvFile file;
-    ASSERT_EQ(openBytes(file, occultation().build()), "");
-    std::vector<SLightPoint> points;
-    std::vector<size_t> skipped;
-    for (const SAperture& aperture :
-         {SAperture{3, 20, 5, 8, 14}, SAperture{20, 36, 5, 8, 14}, // last row
-          SAperture{-1e5, 20, 5, 8, 14}, SAperture{20, 20, 0, 8, 14}, SAperture{20, 20, 5, 8, 8},
-          SAperture{20, 20, 5, 8, 1e9}, SAperture{std::nan(""), 20, 5, 8, 14}})
-        EXPECT_NE(measureLightCurve(file, aperture, points, skipped), "");
-    EXPECT_TRUE(points.empty());
-}
-
 } // namespace
