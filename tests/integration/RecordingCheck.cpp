@@ -1,5 +1,7 @@
 #include "RecordingCheck.h"
 
+#include "AdvVerify.h"
+
 #include <algorithm>
 #include <charconv>
 #include <sstream>
@@ -26,10 +28,6 @@ void compareFrame(obriadv::AdvFile& file, size_t n, const SCameraFrame& sent, EP
     if (frame.startNs != sent.startNs || frame.endNs != sent.endNs)
         findings.push_back(name + "times " + std::to_string(frame.startNs) + " to " + std::to_string(frame.endNs) +
                            ", sent " + std::to_string(sent.startNs) + " to " + std::to_string(sent.endNs));
-    if (frame.midNs != static_cast<uint64_t>((sent.startNs + sent.endNs) / 2))
-        findings.push_back(name + "mid-exposure is not the middle");
-    if (frame.durationNs != static_cast<uint32_t>(sent.endNs - sent.startNs))
-        findings.push_back(name + "duration is not the exposure");
     if (frame.status.systemTimeNs != sent.startNs)
         findings.push_back(name + "system time is not the start of the exposure");
     std::vector<uint16_t> pixels;
@@ -38,20 +36,6 @@ void compareFrame(obriadv::AdvFile& file, size_t n, const SCameraFrame& sent, EP
         findings.push_back(name + error);
     else if (expected == EPixels::AsSent && hashOf(pixels) != sent.hash)
         findings.push_back(name + "other pixels than sent");
-}
-
-void compareIndex(const obriadv::AdvFile& file, std::vector<std::string>& findings)
-{
-    const auto& frames = file.frames();
-    const auto& index = file.index();
-    if (!index.isPresent || index.mainCount != frames.size() || file.header().streams.at(0).frameCount != frames.size())
-        return findings.push_back("index and counts do not hold " + std::to_string(frames.size()) + " frames");
-    for (size_t n = 0; n < frames.size(); ++n) {
-        const uint64_t ticks = static_cast<uint64_t>((frames[n].startNs - frames[0].startNs) / 100);
-        if (index.entries[n].offset != static_cast<uint32_t>(frames[n].offset) ||
-            index.entries[n].length != frames[n].length || index.entries[n].ticks != static_cast<uint32_t>(ticks))
-            findings.push_back("index entry " + std::to_string(n) + " is not its frame's");
-    }
 }
 
 } // namespace
@@ -88,12 +72,10 @@ uint64_t hashOf(const std::vector<uint16_t>& pixels)
 std::vector<std::string> differences(const std::filesystem::path& recording,
                                      const std::map<uint32_t, SCameraFrame>& camera, EPixels pixels)
 {
-    std::vector<std::string> findings;
     obriadv::AdvFile file;
     if (const std::string error = file.open(recording); !error.empty())
         return {error};
-    for (const auto& damage : file.damage())
-        findings.push_back("at byte " + std::to_string(damage.offset) + ": " + damage.text);
+    std::vector<std::string> findings = obriadv::verifyRecording(file, recording).findings;
     for (const auto& region : file.regions())
         if (region.kind == obriadv::EAdvRegion::Unaccounted)
             findings.push_back(std::to_string(region.length) + " unaccounted bytes at " +
@@ -115,7 +97,6 @@ std::vector<std::string> differences(const std::filesystem::path& recording,
         if (id <= file.frames()[n - 1].status.cameraFrameId)
             findings.push_back("frame " + std::to_string(n) + " is out of order");
     }
-    compareIndex(file, findings);
     findings.resize(std::min(findings.size(), size_t{20})); // a fault repeats for every frame
     return findings;
 }

@@ -3,7 +3,6 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <atomic>
 #include <cstring>
 #include <thread>
@@ -22,28 +21,6 @@ TEST(ThreadSafeDoubleBuffer, ReaderGetsTheBlockCommittedLastAndNoMore)
     EXPECT_TRUE(buffer.AtomicRead());
     EXPECT_FALSE(buffer.AtomicRead());
     EXPECT_EQ(memcmp(buffer.GetReadBuffer(), "other---", 8), 0);
-}
-
-// A torn block would show one writer's round number beside another's.
-TEST(ThreadSafeDoubleBuffer, BlocksArriveWholeFromAnotherThread)
-{
-    ThreadSafeDoubleBuffer buffer(4096);
-    std::atomic<bool> stop{false};
-    std::thread writer([&] {
-        for (uint8_t round = 0; !stop; ++round) {
-            memset(buffer.GetWriteBuffer(), round, 4096);
-            buffer.CommitWrite();
-        }
-    });
-    for (int blocks = 0; blocks < 200;) {
-        if (!buffer.AtomicRead())
-            continue;
-        ++blocks;
-        const uint8_t* copy = buffer.GetReadBuffer();
-        ASSERT_TRUE(std::all_of(copy, copy + 4096, [&](uint8_t b) { return b == copy[0]; }));
-    }
-    stop = true;
-    writer.join();
 }
 
 TEST(TripleBuffer, NewestIsWholeStaysPutAndNeverGoesBack)

@@ -4,22 +4,10 @@
 #include <gtest/gtest.h>
 
 #include <regex>
-#include <thread>
+#include <sstream>
+#include <vector>
 
 using namespace libobribase;
-
-namespace {
-
-std::vector<std::string> linesOf(const TemporaryFolder& folder)
-{
-    std::vector<std::string> lines;
-    std::istringstream text(folder.textOf("obri_app_log_"));
-    for (std::string line; std::getline(text, line);)
-        lines.push_back(line);
-    return lines;
-}
-
-} // namespace
 
 TEST(Log, TwoRunsOfADayShareOneFileInTheWorkingDirectory)
 {
@@ -34,7 +22,10 @@ TEST(Log, TwoRunsOfADayShareOneFileInTheWorkingDirectory)
     }
     logClose();
     logString("W after it was closed");
-    const auto lines = linesOf(folder);
+    std::vector<std::string> lines;
+    std::istringstream text(folder.textOf("obri_app_log_"));
+    for (std::string line; std::getline(text, line);)
+        lines.push_back(line);
     ASSERT_EQ(lines.size(), 10u);
     const char* expected[] = {"I ---------- Application started ----------", "I number -5", "I double 1.000",
                               "I text more", "I ---------- Closing Log File ----------"};
@@ -43,24 +34,4 @@ TEST(Log, TwoRunsOfADayShareOneFileInTheWorkingDirectory)
         EXPECT_TRUE(std::regex_match(lines[i], stamp)) << lines[i];
         EXPECT_EQ(lines[i].substr(25), expected[i % 5]);
     }
-}
-
-TEST(Log, LinesOfTwoThreadsStayWholeAlsoWhileItOpensAndCloses)
-{
-    const TemporaryFolder folder;
-    const auto write = [](char letter) {
-        for (int i = 0; i < 300; ++i)
-            logString(std::string(200, letter));
-    };
-    logOpen(".", '/');
-    std::thread a(write, 'a'), b(write, 'b');
-    for (int i = 0; i < 20; ++i) {
-        logOpen("", '/');
-        logOpen(".", '/');
-    }
-    a.join();
-    b.join();
-    logClose();
-    for (const std::string& line : linesOf(folder))
-        EXPECT_TRUE(line.size() < 70 || line.substr(25) == std::string(200, line[25])) << line;
 }
