@@ -30,6 +30,40 @@ TEST_F(Controls, SitInAWindowThatFitsALaptop)
     EXPECT_LE(height, 700) << "a laptop of 768 lines has a panel and a title bar, too";
 }
 
+TEST_F(Controls, BoxesSendTheirRow)
+{
+    struct SCase {
+        const char* id;
+        int row;
+        const char *text, *call;
+    };
+    const SCase cases[] = {{"cmbResolution", 0, "1624 x 1240", "setResolution 1624 1240"},
+                           {"cmbResolution", 1, "1624 x 128 (fast)", "setResolution 1624 128"},
+                           {"cmbResolution", 2, "176 x 128 (fast)", "setResolution 176 128"},
+                           {"cmbResolution", 3, "816 x 620", "setResolution 816 620"},
+                           {"cmbResolution", 4, "408 x 310", "setResolution 408 310"},
+                           {"cmbGain", 0, "0 dB", "setGain 0"},
+                           {"cmbGain", 25, "25 dBD", "setGain 25"},
+                           {"cmbGain", 48, "48 dBD", "setGain 48"},
+                           {"cmbFlip", 3, "XY", "setFlipMode 3"},
+                           {"cmbOverlay", 2, "ascii", "setOverlayMode 2"}};
+    for (const auto& [id, row, text, call] : cases) {
+        auto& box = find<Gtk::ComboBoxText>(id);
+        box.set_active(row);
+        EXPECT_THAT(camera.take(), ElementsAre(call));
+        EXPECT_EQ(box.get_active_text(), text);
+    }
+}
+
+TEST_F(Controls, CheckBoxesSendTheirState)
+{
+    EXPECT_THAT(toggle("btnHighGain"), ElementsAre("setHighGainMode 0")) << "on by default";
+    EXPECT_THAT(toggle("btnHighGain"), ElementsAre("setHighGainMode 1"));
+    EXPECT_THAT(toggle("btnNoiseReduction"), ElementsAre("setFpnMode 1"));
+    EXPECT_THAT(toggle("btnPcTime"), ElementsAre("setShowPcTime 1"));
+    EXPECT_THAT(toggle("btnPreviewCrosshairs"), IsEmpty()) << "the cross always shows";
+}
+
 TEST_F(Controls, InvertAlsoMirrorsTheBounds)
 {
     const libobribase::Rect plot = m_histogram->GetPlotRect();
@@ -81,6 +115,16 @@ TEST_F(Controls, EntriesSendWhatIsInRangeAndMarkWhatIsNot)
         EXPECT_EQ(camera.take(), call ? std::vector<std::string>{call} : std::vector<std::string>{});
         EXPECT_EQ(entry.get_style_context()->has_class("error"), !call);
     }
+}
+
+TEST_F(Controls, AspectRatioSetsTheZoomThatGoesWithIt)
+{
+    auto& zoom = find<Gtk::ComboBoxText>("cmbPreviewZoomFactor");
+    auto& ratio = find<Gtk::ComboBoxText>("cmbPreviewAspectRatio");
+    ratio.set_active(2);
+    EXPECT_EQ(zoom.get_active_text(), "50%");
+    ratio.set_active(1);
+    EXPECT_EQ(zoom.get_active_text(), "25%");
 }
 
 } // namespace
