@@ -1,6 +1,5 @@
 #include "FitsWriter.h"
 
-#include "FitsHeaderService.h"
 #include "FitsSequenceWriter.h"
 #include "RecordingTestKit.h"
 
@@ -60,20 +59,6 @@ TEST_F(FitsFile, SmallestHeaderThenFlippedBigEndianPixelsThenSlashes)
     EXPECT_EQ(std::filesystem::file_size("a.fits"), 5760U);
 }
 
-TEST_F(FitsFile, HeaderTakesWhatTheProviderKnows)
-{
-    provider.header = {{"OBSERVER", "Ann"}, {"OBJECT", "x"}, {"RA", "1"}, {"AUTHOR", "Ann"}};
-    provider.frame = {{"DATE-OBS", "2020-01-01T00:00:00.000"}, {"CCD-TEMP", "-12"}, {"OBJECT", "of the frame"}};
-    libobrifile::FitsHeaderData header;
-    header.SetTelescope("as before");
-    libobrifile::FitsHeaderService(&header).WriteFitsHeaderData(640, 480, &provider);
-    std::string all;
-    for (const char* key :
-         {"NAXIS1", "NAXIS2", "BITPIX", "OBSERVER", "OBJECT", "TELESCOP", "RA", "AUTHOR", "DATE-OBS", "CCD_TEMP"})
-        all += header.GetValueForKey(key) + "|";
-    EXPECT_EQ(all, "640|480|16|Ann|of the frame|as before|1||2020-01-01T00:00:00.000|-12|");
-}
-
 TEST_F(FitsFile, FullDiskThrowsAndLeavesNoFile)
 {
     for (const size_t size : {100, 5000, 619200 - 1}) {
@@ -110,20 +95,23 @@ TEST_F(FitsFile, FileThatCannotBeClosedThrowsAndIsTakenAway)
     EXPECT_TRUE(std::filesystem::is_empty("."));
 }
 
-TEST_F(FitsFile, SequenceWritesEachFrameWithItsOwnTime)
+TEST_F(FitsFile, SequenceWritesWhatTheProviderKnowsOfEachFrame)
 {
     FitsSequenceWriter sequence(&provider);
     sequence.CreateFitsSequence("s_[FRAMENR].fits", 2, 2, 16);
     sequence.StartRecording();
+    provider.header = {{"OBSERVER", "Ann"}, {"OBJECT", "x"}, {"RA", "no card"}, {"AUTHOR", "no card"}};
     uint16_t image[] = {1, 2, 3, 4};
     for (const char* time : {"2020-01-01T00:00:00.000", "2020-01-01T00:00:00.040"}) {
-        provider.frame = {{"DATE-OBS", time}, {"EXPTIME", "0.040000000"}};
+        provider.frame = {
+            {"DATE-OBS", time}, {"EXPTIME", "0.040000000"}, {"CCD-TEMP", "no card"}, {"OBJECT", "Barnard's"}};
         sequence.RecordFrame(reinterpret_cast<uint8_t*>(image), sizeof image, 0);
     }
     const std::string first = folder.textOf("s_00001.fits"), second = folder.textOf("s_00002.fits");
-    EXPECT_EQ(first.substr(7 * 80, 80), card("DATE-OBS= '2020-01-01T00:00:00.000'"));
-    EXPECT_EQ(second.substr(7 * 80, 160),
-              card("DATE-OBS= '2020-01-01T00:00:00.040'") + card("EXPTIME = '0.040000000'"));
+    for (const auto& [text, time] : {std::pair{first, "000"}, {second, "040"}})
+        EXPECT_EQ(text.substr(7 * 80, 5 * 80), card("OBJECT  = 'Barnard''s'") + card("OBSERVER= 'Ann'") +
+                                                   card(std::string("DATE-OBS= '2020-01-01T00:00:00.") + time + "'") +
+                                                   card("EXPTIME = '0.040000000'") + card("END"));
     EXPECT_EQ(second.substr(2880, 8), std::string("\x80\x03\x80\x04\x80\x01\x80\x02"));
 
     std::filesystem::remove_all(folder.path());

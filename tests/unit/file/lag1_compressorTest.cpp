@@ -150,12 +150,10 @@ TEST(Compressor, RefusesATableThatDoesNotAddUp)
     Image back(image.size());
     Bytes block = compress(image);
     block.resize(block.size() + 8);
-    Bytes wrongSum = block, zero = block;
+    Bytes wrongSum = block;
     wrongSum[6] ^= 1;
-    std::fill(zero.begin() + 6, zero.begin() + 11, uint8_t(0));
     EXPECT_DEATH(compressor->DecompressData(wrongSum.data(), back.data()), "cp==\\(1<<FRACTIONAL_BITS\\)");
     EXPECT_FALSE(compressor->TryDecompress(wrongSum, back.data()));
-    EXPECT_FALSE(compressor->TryDecompress(zero, back.data()));
 }
 
 TEST(Compressor, RefusesABlockCutShortAnywhere)
