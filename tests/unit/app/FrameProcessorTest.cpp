@@ -1,9 +1,14 @@
 // What happens to a frame between the driver's buffer and the window.
 
 #include "FrameProcessorSite.h"
+#include "SharedFlag.h"
 
 #include <gmock/gmock.h>
 
+#include <atomic>
+#include <thread>
+
+using libobribase::storeShared;
 using testing::HasSubstr;
 
 namespace {
@@ -176,4 +181,27 @@ TEST_F(FrameSteps, HistogramComesWithEveryFrame)
     EXPECT_EQ(sPretended.histograms, 2);
     EXPECT_EQ(m_updateHistogram, 1);
     EXPECT_EQ(m_histogram->GetHistoBin(0x4000 / 64), 240u * (64 - 33)); // rows 17 to 47
+}
+
+// What the main thread does between frames' start and end without the gate; the thread sanitizer is the judge.
+TEST_F(FrameSteps, WindowMaySetReadAndDragWhileFramesCome)
+{
+    frame();
+    std::atomic<bool> stop{false};
+    std::thread streaming([&] {
+        while (!stop)
+            process();
+    });
+    m_histogram->SetContainerSize(424, 114);
+    for (int i = 0; i < 60; ++i) {
+        for (int* setting : {&cam.applyNoiseCorrection, &cam.showPcTime, &cam.invertImage})
+            storeShared(*setting, i % 2);
+        processor.SetShowPixelOverflow(i % 2);
+        m_histogram->OnMouseClick(100 + i, 50, i % 2);
+        storeShared(m_updateHistogram, 0);
+        EXPECT_EQ(readStreamStatus().width, 240);
+        EXPECT_LE(m_histogram->CopyHistoBins().total, 240u * 64);
+    }
+    stop = true;
+    streaming.join();
 }
