@@ -221,15 +221,6 @@ void Program::key(const std::string& keys)
     runXdotool({"key", "--delay", "30", keys});
 }
 
-void Program::tryKey(const std::string& keys)
-{
-    try {
-        key(keys);
-    } catch (const std::runtime_error&) {
-        // The program may be on its way out.
-    }
-}
-
 unsigned long Program::windowId() const
 {
     GObjectHandle<GSubprocessLauncher> launcher(g_subprocess_launcher_new(

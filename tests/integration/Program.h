@@ -67,8 +67,6 @@ public:
     bool waitUntilEnabled(const std::string& action) const;
     /// Sends keys to the window: "ctrl+q", "Tab".
     void key(const std::string& keys);
-    /// The same, but a window that is gone is no error.
-    void tryKey(const std::string& keys);
     /// Asks the window to close, as a window manager does.
     void closeWindow();
     /// Focuses a combo box by its mnemonic ("alt+e") and walks to a row.

@@ -71,23 +71,6 @@ TEST(Recording, HoldsEveryFrameAsSentAtEverySize)
     EXPECT_EQ(recorded, expected);
 }
 
-// Fails when a recording survives a change of the frames' size with frames of two sizes in it, or is lost by it.
-TEST(Recording, EndsBeforeTheResolutionChanges)
-{
-    Program program({});
-    ASSERT_NO_FATAL_FAILURE(streamAt(program, sFullSize));
-    ASSERT_NO_FATAL_FAILURE(startRecording(program));
-    ASSERT_TRUE(program.waitForMoreFrames(10));
-    program.selectRow("alt+e", 4);
-    ASSERT_TRUE(waitFor([&] { return endedRecordings(program) == 1; }));
-    quit(program);
-    EXPECT_THAT(differences(program.folder() / "recording.adv", parseFrameLog(program.frameLog())), IsEmpty());
-    obriadv::AdvFile file;
-    ASSERT_EQ(file.open(program.folder() / "recording.adv"), "");
-    EXPECT_EQ(file.width(), static_cast<uint32_t>(sFullSize.width));
-    EXPECT_GE(file.frames().size(), 3u);
-}
-
 // Fails when a FITS file or a sequence is cut short, or when a recording leaves no totals in the log: one that another
 // follows at once, one that ends with the program.
 TEST(Recording, OfEveryFormatIsCompleteAndCounted)

@@ -1,11 +1,12 @@
 #include "Observing.h"
-#include "ProcessGauge.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <deque>
+#include <fstream>
 #include <random>
 #include <set>
 #include <thread>
@@ -31,6 +32,55 @@ unsigned soakSeed()
     const char* text = getenv("OBRI_SOAK_SEED");
     return text ? static_cast<unsigned>(atoi(text)) : 704;
 }
+
+/// What a process holds at one moment.
+struct SProcessSample {
+    size_t residentKiB = 0; ///< memory in RAM
+    size_t descriptors = 0;
+    size_t threads = 0;
+};
+
+size_t entriesOf(const std::filesystem::path& folder)
+{
+    std::error_code error;
+    size_t count = 0;
+    for (std::filesystem::directory_iterator it(folder, error), end; !error && it != end; it.increment(error))
+        ++count;
+    return count;
+}
+
+/// Samples a process, to show that nothing of it grows.
+class ProcessGauge {
+public:
+    explicit ProcessGauge(int processId) : m_process("/proc/" + std::to_string(processId)) {}
+
+    /// Takes a sample; false when the process is gone.
+    bool sample()
+    {
+        std::ifstream status(m_process / "status");
+        SProcessSample sample{0, entriesOf(m_process / "fd"), entriesOf(m_process / "task")};
+        for (std::string word; status >> word;)
+            if (word == "VmRSS:")
+                status >> sample.residentKiB;
+        m_samples.push_back(sample);
+        return sample.residentKiB > 0;
+    }
+
+    /// Median of a figure over the samples from one share of the run to another, 0 to 1.
+    size_t median(size_t SProcessSample::*figure, double from, double to) const
+    {
+        const auto count = static_cast<double>(m_samples.size());
+        std::vector<size_t> figures;
+        for (auto i = static_cast<size_t>(from * count); i < static_cast<size_t>(to * count); ++i)
+            figures.push_back(m_samples[i].*figure);
+        std::sort(figures.begin(), figures.end());
+        return figures.at(figures.size() / 2);
+    }
+
+private:
+    std::filesystem::path m_process;
+    std::vector<SProcessSample> m_samples;
+};
 
 /// An observer who cannot decide: does one thing after another at random.
 class RestlessObserver {
