@@ -43,6 +43,10 @@ void decodeSomeFrames(AdvFile& file)
     for (size_t n = 0; n < file.frames().size() && n < 20; ++n) {
         const bool isRead = file.readPixels(n, pixels, error);
         require(isRead ? pixels.size() == size_t{file.width()} * file.height() : !error.empty());
+        for (size_t z = 0; isRead && z < file.layoutOf(file.frames()[n])->zones.size(); ++z) {
+            const SAdvZone& zone = file.layoutOf(file.frames()[n])->zones[z];
+            require(uint64_t{zone.x} + zone.w <= file.width() && uint64_t{zone.y} + zone.h <= file.height());
+        }
     }
 }
 
