@@ -1,6 +1,10 @@
 #include "WindowTest.h"
 
+#include <chrono>
 #include <random>
+#include <thread>
+
+using Clock = std::chrono::steady_clock;
 
 namespace {
 
@@ -45,6 +49,31 @@ TEST_F(Preview, EverySizeIsOnTheScreenPixelForPixel)
         show(image, width);
         EXPECT_TRUE(isShown(image, width)) << width << " x " << height;
     }
+}
+
+/// A window that stands still must not cost a frame: the stream would lose what the camera sends meanwhile.
+TEST_F(Preview, StreamGoesOnWhileTheWindowStandsStill)
+{
+    constexpr auto sStall = std::chrono::seconds(3);
+    constexpr auto sPeriod = std::chrono::milliseconds(2);
+    Clock::duration longest{};
+    unsigned frames = 0;
+    std::vector<uint32_t> image;
+    std::thread streaming([&] {
+        const auto begin = Clock::now();
+        for (auto now = begin; now < begin + sStall; now = Clock::now()) {
+            image = noise(176, 128, ++frames);
+            show(image, 176);
+            window->invalidateHistogram();
+            longest = std::max(longest, Clock::now() - now);
+            std::this_thread::sleep_until(now + sPeriod);
+        }
+    });
+    std::this_thread::sleep_for(sStall); // the main loop does not run
+    streaming.join();
+    EXPECT_LT(longest, sStall / 2) << "one that waited for the window would have waited for the whole stall";
+    EXPECT_GT(frames, 50u) << "of 1500, on a busy machine";
+    EXPECT_TRUE(isShown(image, 176)) << "the last one";
 }
 
 /// Runs on contexts that the environment chooses for the whole process.

@@ -5,6 +5,10 @@
 #include "camera_control.h"
 #include "ObriVariables.h"
 
+#include <gmock/gmock.h>
+
+using testing::HasSubstr;
+
 namespace {
 
 class RecordingControl : public FrameProcessorSite {
@@ -37,6 +41,24 @@ TEST_F(RecordingControl, NothingIsRecordedWithoutAFrameOfThePresentSize)
     EXPECT_EQ(startAdv(), "The recording" + refused);
     EXPECT_TRUE(std::filesystem::is_empty("."));
     obriCam().w = obriCam().h = 0;
+}
+
+TEST_F(RecordingControl, SecondStartOrAnotherImageSizeCompletesTheRecording)
+{
+    const auto framesIn = [](const std::string& file) { return readFile(file).substr(40, 4); };
+    frame();
+    startAdv();
+    frames(2);
+    startAdv();
+    frames(3);
+    EXPECT_EQ(startFits(), "");
+    EXPECT_THAT((std::vector{framesIn(filesIn(".").at(0)), framesIn(filesIn(".").at(1))}),
+                testing::UnorderedElementsAre(std::string("\2\0\0\0", 4), std::string("\3\0\0\0", 4)));
+    frame();
+    setSize(240, 32);
+    EXPECT_THAT(saidBy([&] { frame(); }), HasSubstr("The recording ends: "));
+    EXPECT_FALSE(processor.IsRecording());
+    EXPECT_EQ(filesIn("fits").size(), 1u);
 }
 
 TEST_F(RecordingControl, SingleFitsIsTheNextFrameAndDoesNotMixWithASequenceOfTheSecond)
