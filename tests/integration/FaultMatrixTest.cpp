@@ -31,8 +31,10 @@ struct SRun {
 bool isForEveryDay(const SRun& run)
 {
     const std::string name = run.fault.name;
-    return run.fault.status != 0 || ((name == "Stream dies once" || name == "Overlay with a wrong checksum") &&
-                                     run.moment == EMoment::Recording && run.size.row == sSmallSize.row);
+    const bool isForRecordings =
+        name == "Stream dies once" || name == "Dequeueing fails for good" || name == "Overlay with a wrong checksum";
+    return run.fault.status != 0 ||
+           (isForRecordings && run.moment == EMoment::Recording && run.size.row == sSmallSize.row);
 }
 
 std::vector<SRun> runs()
