@@ -1,6 +1,7 @@
 // What happens to a frame between the driver's buffer and the window.
 
 #include "FrameProcessorSite.h"
+#include "Log.h"
 #include "SharedFlag.h"
 
 #include <gmock/gmock.h>
@@ -94,6 +95,21 @@ TEST_F(FrameSteps, LostFramesAreTheGapsOfTheCamerasCounter)
     EXPECT_EQ(lostAfter(5) - base, 4u);
     processor.StreamStarted();
     EXPECT_EQ(lostAfter(900) - base, 4u);
+}
+
+TEST_F(FrameSteps, LogTellsTheCamerasModesAndEveryHundredFramesWhatStagesTook)
+{
+    setSize(176, 8);
+    libobribase::logOpen(".", '/');
+    setMode(2, 1u << 21);
+    frames(2);
+    setMode(2);
+    frames(198);
+    libobribase::logClose();
+    const std::string log = folder.textOf("obri_app_log_");
+    EXPECT_EQ(countOf(log, "  I Camera high resolution mode switching to  0\n"), 2);
+    EXPECT_EQ(countOf(log, "  I PERF "), 2);
+    EXPECT_THAT(log, testing::ContainsRegex("  I PERF( +-?[0-9]+\\.[0-9]){7}\n"));
 }
 
 TEST_F(FrameSteps, LineNoiseGoesExceptFromTheRowsKept)

@@ -1,5 +1,7 @@
 #include "CameraStatus.h"
 #include "BinaryOverlay.h"
+#include "Log.h"
+#include "TemporaryFolder.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -69,4 +71,23 @@ TEST(CameraStatus, TakesARawBlockAndLeavesTheRest)
     s.UpdateFromBytes(b);
     EXPECT_THAT(flagsOf(s), testing::ElementsAre(0, 1, 0, 0, 0, 0, 0));
     EXPECT_EQ(s.m_register16a, 0xFE); // the top bit went with byte 13
+}
+
+TEST(CameraStatus, LogsTheUsbModeWhenItChanges)
+{
+    const TemporaryFolder folder;
+    CameraStatus s;
+    unsigned char b[32] = {};
+    b[14] = 200; // no other test leaves this one
+    s.UpdateFromBytes(b);
+    logOpen(".", '/');
+    for (const unsigned char mode : {0, 0, 2, 2, 0}) {
+        b[14] = mode;
+        s.UpdateFromBytes(b);
+    }
+    logClose();
+    std::string modes, log = folder.textOf("obri_app_log_");
+    for (size_t at = log.find("  I USB "); at != std::string::npos; at = log.find("  I USB ", at + 1))
+        modes += log.substr(at + 8, 2);
+    EXPECT_EQ(modes, "0\n2\n0\n");
 }

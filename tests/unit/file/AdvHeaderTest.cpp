@@ -49,6 +49,19 @@ TEST_F(AdvHeader, MetadataAreTheProvidersTexts)
     expectFile();
 }
 
+TEST_F(AdvHeader, ImageWithoutPixelsIsRefused)
+{
+    for (const auto& [width, height, bits] : {std::tuple{0, 480, 16}, {640, 0, 16}, {1, 480, 8}}) {
+        expected.width = width;
+        expected.height = height;
+        expected.bits = bits;
+        start();
+        EXPECT_FALSE(writer->IsRecording());
+        EXPECT_NE(writer->GetFailureText().find("impossible image size"), std::string::npos);
+    }
+    EXPECT_FALSE(std::filesystem::exists("a.adv"));
+}
+
 TEST_F(AdvHeader, ZonesKeepWhatLiesAboveTheLastRow)
 {
     const ZoneDefinition lastRow{0, 479, 640, 1}; // holds the camera's time stamp
