@@ -10,6 +10,7 @@
 #include <lz4.h>
 #include <map>
 #include <memory>
+#include <random>
 #include <zstd.h>
 
 namespace {
@@ -167,18 +168,42 @@ Image smallSky()
 {
     return lag1images::sky(sSmallWidth, sSmallHeight);
 }
+
+// Samples that a function draws one after the other from random numbers and their place.
+template <typename Draw>
+Image drawn(unsigned seed, Draw draw)
+{
+    std::mt19937 random(seed);
+    Image image(sFull);
+    for (size_t i = 0; i < image.size(); ++i)
+        image[i] = static_cast<uint16_t>(draw(random, i));
+    return image;
+}
+
+// A ramp along the lines with a little noise.
 Image gradient()
 {
-    return lag1images::gradient(sFullWidth, sFullHeight);
+    return drawn(3, [](auto& random, size_t i) {
+        return (200 + int(i % size_t(sFullWidth)) * 1500 / sFullWidth + int(random() % 4)) << 4;
+    });
 }
+
+// An evenly lit frame: shot noise on half of the scale.
 Image flat()
 {
-    return lag1images::flat(sFull);
+    std::normal_distribution<float> light(2000.0f, 32.0f);
+    return drawn(4, [&](auto& random, size_t) { return int(light(random)) << 4; });
 }
+
+// Three values nearly everywhere, and one sample in a thousand is bright.
 Image fewValues()
 {
-    return lag1images::fewValues(sFull);
+    return drawn(7, [](auto& random, size_t) {
+        const auto value = 0x0B40 + 16 * (random() % 3);
+        return value + (random() % 1000 == 0 ? 0x4000 : 0);
+    });
 }
+
 Image noise12()
 {
     return lag1images::noise(sFull, 4096, 16);
@@ -195,9 +220,17 @@ Image smallConstant()
 {
     return Image(sSmall, 0x0B40);
 }
+
+// Takes a number from each line's samples, as a correction for line noise does.
 Image lineCorrectedSky()
 {
-    return lag1images::withoutLineNoise(fullSky(), sFullWidth);
+    Image image = fullSky();
+    std::mt19937 random(6);
+    for (size_t i = 0, offset = 0; i < image.size(); ++i) {
+        offset = i % size_t(sFullWidth) == 0 ? random() % 97 : offset;
+        image[i] = uint16_t(image[i] - std::min<size_t>(image[i], offset));
+    }
+    return image;
 }
 
 BENCHMARK_CAPTURE(rangeEncoder, sky, fullSky);

@@ -9,18 +9,24 @@ namespace {
 using namespace libobrifile;
 using Bytes = std::vector<uint8_t>;
 
-// The tables of a static model: sample value i has the i-th width.
+// The tables of a static model: sample value i has the i-th of some random widths.
 struct SModel {
-    explicit SModel(const std::vector<int>& widths)
+    explicit SModel(std::mt19937& random)
     {
-        int start = 0;
-        for (size_t i = 0; i < widths.size(); ++i) {
-            encoder[i] = {widths[i], start};
-            decoder.push_back({int(i), start});
-            start += widths[i];
+        std::vector<int> widths(2 + random() % 400, 1);
+        int left = (1 << FRACTIONAL_BITS) - int(widths.size()), start = 0;
+        for (int& width : widths) {
+            const int extra = int(random() % unsigned(left + 1)) >> random() % 12;
+            width += extra;
+            left -= extra;
         }
-        decoder.push_back({0, 1 << FRACTIONAL_BITS});
-        EXPECT_EQ(start, 1 << FRACTIONAL_BITS);
+        widths[random() % widths.size()] += left;
+        for (const int width : widths) {
+            encoder[decoder.size()] = {width, start};
+            decoder.push_back({int(decoder.size()), start});
+            start += width;
+        }
+        decoder.push_back({0, start});
     }
 
     Bytes compress(std::vector<uint16_t> samples)
@@ -32,37 +38,14 @@ struct SModel {
 
     Bytes compressPlainly(const std::vector<uint16_t>& samples) const
     {
-        Bytes code(1 + samples.size() * 3 + 4);
-        code.resize(1 + lag1reference::rangeCompress(samples.data(), code.data() + 1, samples.size(), encoder.data()));
-        code.erase(code.begin());
+        Bytes code(samples.size() * 3 + 4);
+        code.resize(lag1reference::rangeCompress(samples.data(), code.data(), samples.size(), encoder.data()));
         return code;
-    }
-
-    // Samples whose intervals all contain the point that the code names.
-    std::vector<uint16_t> samplesAt(Bytes code, size_t count)
-    {
-        code.resize(count * 3 + 8);
-        std::vector<uint16_t> samples(count);
-        RangeDecompress(std::span<const uint8_t>(code), samples, decoder.data());
-        return samples;
     }
 
     std::vector<EncoderPair> encoder = std::vector<EncoderPair>(65536);
     std::vector<DecoderPair> decoder;
 };
-
-std::vector<int> randomWidths(std::mt19937& random)
-{
-    std::vector<int> widths(2 + random() % 400);
-    int left = (1 << FRACTIONAL_BITS) - int(widths.size());
-    for (int& width : widths) {
-        const int extra = int(random() % unsigned(left + 1)) >> random() % 12;
-        width = 1 + extra;
-        left -= extra;
-    }
-    widths[random() % widths.size()] += left;
-    return widths;
-}
 
 // Samples that creep up to a point from below leave a long run of bytes 255; a last one beyond the
 // point sends a carry through all of it, far further than any register reaches.
@@ -71,17 +54,18 @@ TEST(RangeCoder, CarriesThroughLongRunsOf255)
     std::mt19937 random(255);
     int carries = 0;
     for (int round = 0; round < 600; ++round) {
-        SModel model(randomWidths(random));
+        SModel model(random);
         Bytes point(1 + random() % 40);
         point[0] = uint8_t(random() % 128);
         point[random() % point.size()] |= 1;
-        auto samples = model.samplesAt(point, 5 + random() % 100);
+        point.resize(400);
+        std::vector<uint16_t> samples(5 + random() % 100), back;
+        RangeDecompress(std::span<const uint8_t>(point), samples, model.decoder.data());
         const Bytes before = model.compressPlainly(samples);
-        for (int i = 0; i < 3; ++i)
-            samples.push_back(uint16_t(model.decoder.size() - 2)); // the last slice: upwards
+        samples.insert(samples.end(), 3, uint16_t(model.decoder.size() - 2)); // the last slice: upwards
         const Bytes code = model.compress(samples);
         ASSERT_EQ(code, model.compressPlainly(samples)) << "round " << round;
-        std::vector<uint16_t> back(samples.size());
+        back.resize(samples.size());
         size_t used = 0;
         ASSERT_TRUE(RangeDecompress(std::span<const uint8_t>(code), back, model.decoder.data(), &used));
         ASSERT_EQ(back, samples);
