@@ -47,7 +47,7 @@ void operator delete(void* memory, size_t) noexcept
     free(memory);
 }
 
-class FrameAllocations : public FrameProcessorSite {};
+using FrameAllocations = FrameProcessorSite;
 
 TEST_F(FrameAllocations, AreSmallStringsOnly)
 {

@@ -5,13 +5,12 @@
 #include "FrameProcessor.h"
 
 #include "../base/OverlayRow.h"
-#include "FilesOnDisk.h"
-
-#include "BaseWriter.h"
+#include "FilesIn.h"
 
 #include <algorithm>
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 #include <new>
+#include <utility>
 #include <vector>
 
 /// What the pretended driver has and what the pretended window got.
@@ -46,7 +45,6 @@ public:
     using FrameProcessor::m_binaryOverlay;
     using FrameProcessor::m_processedFitsFiles;
     using FrameProcessor::m_width;
-    using FrameProcessor::recordingBegan;
 };
 
 /// Frames of a camera, made of decoded pixels and an overlay, going through a frame processor in a folder of its own.
@@ -57,6 +55,7 @@ protected:
         sPretended = {};
         setSize(240, 64);
     }
+    ~FrameProcessorSite() override { m_histogram = m_programsHistogram; }
 
     void setSize(int width, int height)
     {
@@ -67,19 +66,15 @@ protected:
     uint16_t& pixel(int x, int y) { return pixels[static_cast<size_t>(y) * static_cast<size_t>(cam.w) + x]; }
 
     /// Sends the pixels as plain words, the overlay in their last row.
-    void frame()
+    void frames(int count = 1)
     {
         std::copy_n(overlay.row(), std::min(cam.w, 128), &pixel(0, cam.h - 1));
         sPretended.raw.clear();
         for (const uint16_t p : pixels)
             sPretended.raw.push_back(static_cast<uint16_t>(p >> 8 | (p >> 4 & 0xF) << 8));
         sPretended.bytesUsed = static_cast<int>(sPretended.raw.size() * 2);
-        process();
-    }
-    void frames(int count)
-    {
         for (int i = 0; i < count; ++i)
-            frame();
+            process();
     }
     void process()
     {
@@ -95,17 +90,14 @@ protected:
         action();
         return testing::internal::GetCapturedStderr();
     }
-    static int countOf(const std::string& text, const std::string& part)
-    {
-        int count = 0;
-        for (size_t at = text.find(part); at != std::string::npos; at = text.find(part, at + 1))
-            ++count;
-        return count;
-    }
 
     TemporaryFolder folder;
     SVideoDevice cam{};
     std::vector<uint16_t> pixels; ///< 12 significant bits each, in the upper ones
     OverlayRow overlay{0, 5};     ///< a layout without checksum
     OpenFrameProcessor processor;
+
+private:
+    libobribase::Histogram m_ownHistogram; // what one test drags is not another's
+    libobribase::Histogram* m_programsHistogram = std::exchange(m_histogram, &m_ownHistogram);
 };

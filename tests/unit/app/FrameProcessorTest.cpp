@@ -10,6 +10,7 @@
 #include <thread>
 
 using libobribase::storeShared;
+using testing::ContainsRegex;
 using testing::HasSubstr;
 
 namespace {
@@ -26,20 +27,13 @@ protected:
 
 TEST_F(FrameSteps, NoDataTouchesNothingButTheCount)
 {
-    frame();
+    frames();
     const SStreamStatus before = readStreamStatus();
     setSize(176, 128);
     sPretended.preview.clear();
-    struct SCase {
-        bool hasBuffer;
-        int bytes, words;
-    };
-    // The last one has all its words, but they cut the last group of packed pixels of each row short.
-    const SCase cases[] = {{false, 99999, 176},
-                           {true, 0, 176},
-                           {true, -1, 176},
-                           {true, 176 * 128 * 2 - 1, 176},
-                           {true, 131 * 128 * 2, 131}};
+    // Buffer, bytes, words; the last one has all its words, but they cut the last group of each packed row short.
+    const int cases[][3] = {
+        {0, 99999, 176}, {1, 0, 176}, {1, -1, 176}, {1, 176 * 128 * 2 - 1, 176}, {1, 131 * 128 * 2, 131}};
     for (const auto& [hasBuffer, bytes, words] : cases) {
         sPretended.hasBuffer = hasBuffer;
         sPretended.bytesUsed = bytes;
@@ -76,7 +70,7 @@ TEST_F(FrameSteps, LostFramesAreTheGapsOfTheCamerasCounter)
 {
     const auto lostAfter = [this](uint32_t id) {
         overlay.u32(36, id);
-        frame();
+        frames();
         return readStreamStatus().framesLost;
     };
     const uint64_t base = lostAfter(0xFFFFFFFD);
@@ -107,21 +101,20 @@ TEST_F(FrameSteps, LogTellsTheCamerasModesAndEveryHundredFramesWhatStagesTook)
     frames(198);
     libobribase::logClose();
     const std::string log = folder.textOf("obri_app_log_");
-    EXPECT_EQ(countOf(log, "  I Camera high resolution mode switching to  0\n"), 2);
-    EXPECT_EQ(countOf(log, "  I PERF "), 2);
-    EXPECT_THAT(log, testing::ContainsRegex("  I PERF( +-?[0-9]+\\.[0-9]){7}\n"));
+    EXPECT_THAT(log, ContainsRegex("(  I Camera high resolution mode switching to  0\n.*){2}"));
+    EXPECT_THAT(log, ContainsRegex("(  I PERF( +-?[0-9]+\\.[0-9]){7}\n.*){2}"));
+    EXPECT_THAT(log, testing::Not(ContainsRegex("(PERF.*){3}")));
 }
 
 TEST_F(FrameSteps, LineNoiseGoesExceptFromTheRowsKept)
 {
-    const auto striped = [](int y) { return static_cast<uint16_t>(0x4000 + (y % 2 ? 0x80 : 0)); };
+    const auto striped = [](int y) { return static_cast<uint16_t>(y % 2 ? 0x4080 : 0x4000); };
     cam.applyNoiseCorrection = 1;
-    const std::pair<uint32_t, int> cases[] = {{0, 64 - 1 - 16}, {3, 64 - 1}};
-    for (const auto& [rawMode, firstKept] : cases) {
+    for (const auto& [rawMode, firstKept] : {std::pair{0, 64 - 1 - 16}, {3, 64 - 1}}) {
         setMode(rawMode);
-        for (int i = 0; i < cam.w * cam.h; ++i)
-            pixels[i] = striped(i / cam.w);
-        frame();
+        for (int y = 0; y < cam.h; ++y)
+            std::fill_n(&pixel(0, y), cam.w, striped(y));
+        frames();
         for (int y = 0; y < cam.h - 1; ++y)
             ASSERT_NEAR(processor.decoded()[y * 240 + 200], y < firstKept ? 0x4040 : striped(y), 2) << y;
     }
@@ -135,16 +128,13 @@ TEST_F(FrameSteps, RowsAndColumnsOfTheOverlayAreShownPlain)
         uint32_t rawMode, flags;
         int rows, columns;
     };
-    const SCase cases[] = {{240, 64, 2, 0, 1, 0},
-                           {240, 64, 0, 0, 16, 0},
-                           {176, 128, 0, 0, 8, 0},
-                           {176, 64, 0, 0, 16, 0},
-                           {240, 64, 1, 1u << 28, 16, 8}};
+    const SCase cases[] = {
+        {240, 64, 2, 0, 1, 0}, {176, 128, 0, 0, 8, 0}, {176, 64, 0, 0, 16, 0}, {240, 64, 1, 1u << 28, 16, 8}};
     for (const SCase& c : cases) {
         setSize(c.w, c.h);
         std::fill(pixels.begin(), pixels.end(), uint16_t{0x8000});
         setMode(c.rawMode, c.flags);
-        frame();
+        frames();
         const int x = 140; // beside overlay and cross-hair
         int rows = 1, columns = 0;
         while (previewAt(x, c.h - 1 - rows) == 0x808080)
@@ -162,11 +152,11 @@ TEST_F(FrameSteps, OverflowIsMarkedAtTheEndThatInversionNames)
     pixel(100, 20) = 0xFFF0;
     pixel(102, 20) = 0x0010;
     processor.SetShowPixelOverflow(true);
-    frame();
+    frames();
     EXPECT_EQ(previewAt(100, 20), 0xFE0000u);
     EXPECT_EQ(previewAt(102, 20), 0u);
     cam.invertImage = 1;
-    frame();
+    frames();
     EXPECT_EQ(previewAt(100, 20), 0xFEFEFEu);
     EXPECT_EQ(previewAt(102, 20), sRed);
 }
@@ -175,7 +165,7 @@ TEST_F(FrameSteps, CrossHairLiesWhereItIsDefined)
 {
     for (const auto& [w, h] : {std::pair{176, 128}, {241, 77}, {100, 20}}) {
         setSize(w, h);
-        frame();
+        frames();
         const auto inBar = [](int at, int size, int gap) {
             return at >= 16 && at < size - 16 && (at < size / 2 - gap || at >= size / 2 + gap);
         };
@@ -191,7 +181,6 @@ TEST_F(FrameSteps, CrossHairLiesWhereItIsDefined)
 TEST_F(FrameSteps, HistogramComesWithEveryFrame)
 {
     m_updateHistogram = 0;
-    m_histogram->ClearHistoBuffer();
     setMode(2);
     frames(2);
     EXPECT_EQ(sPretended.histograms, 2);
@@ -202,7 +191,7 @@ TEST_F(FrameSteps, HistogramComesWithEveryFrame)
 // What the main thread does between frames' start and end without the gate; the thread sanitizer is the judge.
 TEST_F(FrameSteps, WindowMaySetReadAndDragWhileFramesCome)
 {
-    frame();
+    frames();
     std::atomic<bool> stop{false};
     std::thread streaming([&] {
         while (!stop)

@@ -36,24 +36,20 @@ TEST_F(StreamWatchTest, SilenceIsJudgedByTheExposure)
     watch.noteExposureTime(100);
     EXPECT_FALSE(deadAfter(12s)) << "the long exposure may still be under way";
     watch.frameArrived(begin);
-    EXPECT_TRUE(deadAfter(4s));
-}
-
-TEST_F(StreamWatchTest, SilenceAfterEmptyBuffersIsJudgedSooner)
-{
     watch.bufferWasEmpty();
     EXPECT_FALSE(deadAfter(1s));
     EXPECT_TRUE(deadAfter(2s));
     watch.frameArrived(begin);
     EXPECT_FALSE(deadAfter(3s)) << "the stream recovered by itself";
+    EXPECT_TRUE(deadAfter(4s));
 }
 
 TEST_F(StreamWatchTest, RepeatedFailuresAreADeadStreamAndNoDeviceIsNone)
 {
-    EXPECT_EQ(watch.dequeueFailed(EIO), EStreamVerdict::Patience);
-    EXPECT_EQ(watch.dequeueFailed(EIO), EStreamVerdict::Patience);
-    EXPECT_EQ(watch.dequeueFailed(EIO), EStreamVerdict::Dead);
+    for (const auto verdict : {EStreamVerdict::Patience, EStreamVerdict::Patience, EStreamVerdict::Dead})
+        EXPECT_EQ(watch.dequeueFailed(EIO), verdict);
     EXPECT_EQ(watch.dequeueFailed(EIO), EStreamVerdict::Patience) << "the next attempt takes its time again";
+    EXPECT_EQ(watch.dequeueFailed(EIO), EStreamVerdict::Patience);
     watch.frameArrived(begin);
     EXPECT_EQ(watch.dequeueFailed(EIO), EStreamVerdict::Patience);
     EXPECT_EQ(watch.dequeueFailed(ENODEV), EStreamVerdict::Unplugged);
