@@ -30,7 +30,9 @@ public:
     static constexpr int64_t sPeriod = 40'000'000;
     static constexpr int64_t sExposure = 38'000'000;
 
-    uint32_t width = 8, height = 6;
+    explicit AdvBuilder(uint32_t columns = 8, uint32_t rows = 6) : width(columns), height(rows) {}
+
+    uint32_t width, height;
     uint8_t bits = 16;
     std::string compression = "UNCOMPRESSED";
     Tags metadata = {{"LATITUDE", "47.1234567"}, {"ALTITUDE", "412.5"}, {"OBJNAME", "Star O'Hara"}};
@@ -85,16 +87,22 @@ public:
 
 private:
     struct SField {
-        uint64_t value;
-        int bytes;
+        uint64_t value, bytes;
     };
     static constexpr uint64_t sImageAt = 133;
 
     void put(std::initializer_list<SField> fields)
     {
-        for (const SField& field : fields)
-            for (int i = 0; i < field.bytes; ++i)
-                m_bytes.push_back(static_cast<uint8_t>(field.value >> 8 * i));
+        for (const SField& field : fields) {
+            m_bytes.resize(m_bytes.size() + field.bytes);
+            patch(m_bytes.size() - field.bytes, field.value, field.bytes);
+        }
+    }
+
+    void patch(uint64_t at, uint64_t value, uint64_t bytes)
+    {
+        for (uint64_t i = 0; i < bytes; ++i)
+            m_bytes.at(at + i) = static_cast<uint8_t>(value >> 8 * i);
     }
 
     void putText(const std::string& value)
@@ -109,12 +117,6 @@ private:
             putText(name);
             putText(value);
         }
-    }
-
-    void patch(uint64_t at, uint64_t value, int bytes)
-    {
-        for (int i = 0; i < bytes; ++i)
-            m_bytes.at(at + static_cast<uint64_t>(i)) = static_cast<uint8_t>(value >> 8 * i);
     }
 
     void putImageSection()
@@ -135,22 +137,23 @@ private:
 
     void putStatusSection()
     {
-        constexpr std::pair<const char*, uint8_t> sEntries[] = {{"Gain", 5},
-                                                                {"SystemTime", 3},
-                                                                {"VideoCameraFrameId", 2},
-                                                                {"TrackedSatellites", 0},
-                                                                {"FixStatus", 0},
-                                                                {"Temperature", 4},
-                                                                {"DOPTime", 2},
-                                                                {"GDOP", 4},
-                                                                {"PDOP", 4},
-                                                                {"TDOP", 4},
-                                                                {"VDOP", 4},
-                                                                {"HDOP", 4}};
+        constexpr const char* sNames[] = {"Gain",
+                                          "SystemTime",
+                                          "VideoCameraFrameId",
+                                          "TrackedSatellites",
+                                          "FixStatus",
+                                          "Temperature",
+                                          "DOPTime",
+                                          "GDOP",
+                                          "PDOP",
+                                          "TDOP",
+                                          "VDOP",
+                                          "HDOP"};
+        constexpr uint8_t sTypes[] = {5, 3, 2, 0, 0, 4, 2, 4, 4, 4, 4, 4};
         put({{2, 1}, {1000000, 8}, {12, 1}});
-        for (const auto& [name, type] : sEntries) {
-            putText(name);
-            put({{type, 1}});
+        for (size_t i = 0; i < 12; ++i) {
+            putText(sNames[i]);
+            put({{sTypes[i], 1}});
         }
     }
 
@@ -158,18 +161,14 @@ private:
     {
         const auto start = static_cast<uint64_t>(frame.startNs), end = static_cast<uint64_t>(frame.endNs);
         const size_t length = frame.pixels.size() + 2 + frame.surplus;
+        const auto temperature = std::bit_cast<uint32_t>(frame.temperature);
         frameAt.push_back(m_bytes.size());
         put({{0xEE0122FF, 4}, {0, 1}, {start, 8}, {end, 8}, {length, 4}, {frame.layout, 1}, {0, 1}});
         m_bytes.insert(m_bytes.end(), frame.pixels.begin(), frame.pixels.end());
         put({{69 + frame.gain.size(), 4}, {(start + end) >> 1, 8}, {end - start, 4}, {12, 1}, {0, 1}});
         putText(frame.gain);
         put({{1, 1}, {sFirstStart, 8}, {2, 1}, {frame.counter, 4}, {3, 1}, {frame.satellites, 1}});
-        put({{4, 1},
-             {frame.fix, 1},
-             {5, 1},
-             {std::bit_cast<uint32_t>(frame.temperature), 4},
-             {6, 1},
-             {frame.dopTime, 4}});
+        put({{4, 1}, {frame.fix, 1}, {5, 1}, {temperature, 4}, {6, 1}, {frame.dopTime, 4}});
         for (uint8_t dop = 0; dop < 5; ++dop)
             put({{7u + dop, 1}, {std::bit_cast<uint32_t>(1.5f + dop), 4}});
     }

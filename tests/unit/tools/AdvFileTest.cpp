@@ -31,9 +31,7 @@ TEST(AdvFile, ADamagedRecordCostsNoOtherFrame)
 
 TEST(AdvFile, TruncatedAtEveryByteItKeepsEveryWholeFrame)
 {
-    AdvBuilder builder;
-    builder.width = 3;
-    builder.height = 2;
+    AdvBuilder builder(3, 2);
     const Bytes whole = builder.add(3).build();
     std::vector<uint64_t> ends(builder.frameAt.begin() + 1, builder.frameAt.end());
     ends.push_back(builder.indexAt);
@@ -41,13 +39,9 @@ TEST(AdvFile, TruncatedAtEveryByteItKeepsEveryWholeFrame)
         AdvFile file;
         const std::string error = openBytes(file, cut(whole, size));
         ASSERT_EQ(error.empty(), size >= builder.frameAt[0]) << size << error;
-        if (!error.empty())
-            continue;
-        size_t wholeFrames = 0;
-        for (uint64_t end : ends)
-            wholeFrames += end <= size;
-        ASSERT_EQ(file.frames().size(), wholeFrames) << size;
-        ASSERT_FALSE(file.damage().empty()) << size;
+        const auto wholeFrames = std::upper_bound(ends.begin(), ends.end(), size) - ends.begin();
+        ASSERT_EQ(file.frames().size(), static_cast<size_t>(wholeFrames)) << size;
+        ASSERT_TRUE(!error.empty() || !file.damage().empty()) << size;
     }
 }
 

@@ -15,17 +15,10 @@ class AdvRewrite : public testing::Test {
     const TemporaryFolder m_folder;
 };
 
-AdvBuilder largeRecording(size_t frames)
-{
-    AdvBuilder builder;
-    builder.width = 40;
-    builder.height = 30;
-    return builder.add(frames);
-}
-
 TEST_F(AdvRewrite, CompressedAndDecompressedARecordingIsTheSameToTheByte)
 {
-    AdvBuilder builder = largeRecording(6);
+    AdvBuilder builder(40, 30);
+    builder.add(6);
     builder.zoneTags = {
         {"ROI-COUNT", "1"}, {"ROI-TOP-0", "29"}, {"ROI-LEFT-0", "0"}, {"ROI-WIDTH-0", "40"}, {"ROI-HEIGHT-0", "1"}};
     builder.frames[4].layout = 2; // a region stays as it is
@@ -48,7 +41,7 @@ TEST_F(AdvRewrite, WhatCannotBeConvertedIsRefusedAndNothingIsLeft)
     eight.bits = 8;
     damaged.compression = "LAGARITH16";
     writeWhole("eight.adv", eight.add(1).build());
-    writeWhole("whole.adv", largeRecording(1).build());
+    writeWhole("whole.adv", AdvBuilder(40, 30).add(1).build());
     writeWhole("bad.adv", damaged.add(1).build());
     EXPECT_THAT(compressRecording("eight.adv", "out").error, HasSubstr("16-bit"));
     EXPECT_THAT(decompressRecording("whole.adv", "out").error, HasSubstr("is not compressed"));
@@ -59,7 +52,7 @@ TEST_F(AdvRewrite, WhatCannotBeConvertedIsRefusedAndNothingIsLeft)
 
 TEST_F(AdvRewrite, AFullDiskLeavesNoHalfRecording)
 {
-    writeWhole("in.adv", largeRecording(40).build());
+    writeWhole("in.adv", AdvBuilder(40, 30).add(40).build());
     const FileSizeLimit limit(50000);
     EXPECT_THAT(repairRecording("in.adv", "out").error, HasSubstr("cannot write"));
     EXPECT_FALSE(std::filesystem::exists("out") || std::filesystem::exists("out.part"));

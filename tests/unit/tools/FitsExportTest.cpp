@@ -1,9 +1,11 @@
 #include "FitsExport.h"
+#include "../base/OverlayRow.h"
 #include "../base/TemporaryFolder.h"
 #include "FitsFolder.h"
 #include "OpenBytes.h"
 
 #include <cstdlib>
+#include <cstring>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -14,36 +16,29 @@ using testing::HasSubstr;
 
 AdvBuilder recording()
 {
-    AdvBuilder builder;
-    builder.width = 140; // the camera's data block takes 128 pixels of the last row
-    builder.height = 4;
+    AdvBuilder builder(140, 4); // the camera's data block takes 128 pixels of the last row
     builder.metadata.push_back(
         {"OBSERVER", "J\xC3\xB6rg with a name that goes on and on, longer than what fits into one card of a header"});
-    builder.add(3);
-    return builder;
+    return builder.add(3);
 }
 
-/// The camera's data block with what the exports use: version 5 (no checksum), exposure, position, fix,
-/// temperature.
-void putOverlay(Bytes& pixels, size_t firstOfRow)
+/// Leaves out the checksum.
+OverlayRow overlay()
 {
-    const std::pair<size_t, Bytes> words[] = {{2, {0x54, 0x53, 0, 5}},
-                                              {56, {0x02, 0x4A, 0xE0, 0x62}}, // 38.461538 ms
-                                              {64, {0x1C, 0x1A, 0x99, 0x38}}, // 47.1505208 north
-                                              {68, {0xFA, 0xE7, 0xB9, 0xC4}}, // 8.55... west
-                                              {72, {0, 3, 3, 8}},             // 3 m, fix, 8 satellites
-                                              {76, {0x00, 0x06, 0x4B, 0x54}}, // 412.500 m
-                                              {96, {0x15, 0x01}}};            // 21 degrees
-    std::fill_n(pixels.begin() + static_cast<std::ptrdiff_t>(2 * firstOfRow), 256, uint8_t{0});
-    for (const auto& [word, values] : words)
-        for (size_t i = 0; i < values.size(); ++i)
-            pixels[2 * (firstOfRow + word + i) + 1] = values[i];
+    OverlayRow row(0, 5);
+    row.u32(56, 38461538);                         // exposure, ns
+    row.u32(64, 471505208);                        // north
+    row.u32(68, static_cast<uint32_t>(-85476924)); // west
+    row.u32(72, 0x00030308);                       // 3 m, fix, 8 satellites
+    row.u32(76, 412500);                           // mm
+    row.u16(96, 0x1501);                           // 21 degrees
+    return row;
 }
 
 TEST(FitsExport, HoldsTheFrameAsRecordedAndPassesFitsverify)
 {
     AdvBuilder builder = recording();
-    putOverlay(builder.frames[1].pixels, 3 * 140);
+    memcpy(&builder.frames[1].pixels[2 * 3 * 140], overlay().row(), 256);
     const TemporaryFolder folder;
     AdvFile file;
     ASSERT_EQ(openBytes(file, builder.build()), "");
@@ -59,15 +54,13 @@ TEST(FitsExport, HoldsTheFrameAsRecordedAndPassesFitsverify)
           "BZERO   =                32768", "OBSERVER= 'J?rg with"})
         EXPECT_THAT(text, HasSubstr(card));
 
-    // Pixels big-endian less 32768, bottom row first.
+    std::string data; // big-endian less 32768, bottom row first
     const Bytes& pixels = builder.frames[1].pixels;
-    const std::string data = text.substr(text.size() - 2880);
-    for (size_t y = 0; y < 4; ++y)
-        for (size_t x = 0; x < 140; ++x) {
-            const size_t stored = 2 * ((3 - y) * 140 + x), recorded = 2 * (y * 140 + x);
-            ASSERT_EQ(static_cast<uint8_t>(data[stored]) ^ 0x80, pixels[recorded + 1]);
-            ASSERT_EQ(static_cast<uint8_t>(data[stored + 1]), pixels[recorded]);
-        }
+    for (size_t stored = 0; stored < 4 * 140; ++stored) {
+        const size_t at = 2 * ((3 - stored / 140) * 140 + stored % 140);
+        data += {static_cast<char>(pixels[at + 1] ^ 0x80), static_cast<char>(pixels[at])};
+    }
+    EXPECT_EQ(text.substr(text.size() - 2880, data.size()), data);
     if (std::system("command -v fitsverify") != 0)
         GTEST_SKIP() << "fitsverify is not installed";
     std::filesystem::rename("one[0].fits", "one.fits"); // it, too, takes brackets for commands

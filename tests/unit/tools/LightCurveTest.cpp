@@ -15,9 +15,7 @@ using testing::HasSubstr;
 /// A star of one bright pixel that is gone in frame 2; frame 1 is damaged, the star of frame 3 saturated.
 AdvBuilder occultation()
 {
-    AdvBuilder builder;
-    builder.width = 48;
-    builder.height = 40;
+    AdvBuilder builder(48, 40);
     builder.add(5);
     for (size_t n = 0; n < 5; ++n) {
         std::vector<uint16_t> pixels(48 * 40);
