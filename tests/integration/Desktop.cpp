@@ -27,7 +27,6 @@ Desktop::Desktop()
         nullptr, nullptr, &error));
     if (!m_bus)
         throw std::runtime_error("session bus: " + errorText(error));
-    g_dbus_connection_set_exit_on_close(m_bus.get(), FALSE);
 }
 
 Desktop::~Desktop()

@@ -7,17 +7,12 @@
 
 #include <algorithm>
 #include <fstream>
-#include <set>
 #include <sstream>
 #include <stdexcept>
 #include <thread>
 
 namespace {
 
-constexpr char sBusName[] = "org.obricam.camctl";
-constexpr char sWindowPath[] = "/org/obricam/camctl/window/1";
-constexpr char sTitle[] = "OBRI Cam Control";
-constexpr char sActionsInterface[] = "org.gtk.Actions";
 constexpr int sBusTimeoutMs = 60'000; // of a busy machine; the window may stand still on purpose, too
 
 /// Of a log of the simulated camera, but for comments.
@@ -60,12 +55,23 @@ GObjectHandle<GSubprocessLauncher> launcherFor(const Program::SOptions& options,
     return launcher;
 }
 
-/// Calls one of the program's windows over the bus; null when there is no answer.
-GVariant* callWindow(const char* method, GVariant* arguments, GError** error = nullptr)
+using VariantHandle = std::unique_ptr<GVariant, decltype(&g_variant_unref)>;
+
+/// Calls the program's window over the bus; null when there is no answer.
+VariantHandle callWindow(const char* method, GVariant* arguments)
 {
-    return g_dbus_connection_call_sync(Desktop::instance().bus(), sBusName, sWindowPath, sActionsInterface, method,
-                                       arguments, nullptr, G_DBUS_CALL_FLAGS_NO_AUTO_START, sBusTimeoutMs, nullptr,
-                                       error);
+    GVariant* answer = g_dbus_connection_call_sync(
+        Desktop::instance().bus(), "org.obricam.camctl", "/org/obricam/camctl/window/1", "org.gtk.Actions", method,
+        arguments, nullptr, G_DBUS_CALL_FLAGS_NO_AUTO_START, sBusTimeoutMs, nullptr, nullptr);
+    return {answer, g_variant_unref};
+}
+
+/// Starts xdotool on the display of the tests.
+GObjectHandle<GSubprocess> xdotool(GSubprocessFlags output, const std::vector<std::string>& words)
+{
+    const GObjectHandle<GSubprocessLauncher> launcher(g_subprocess_launcher_new(output));
+    g_subprocess_launcher_setenv(launcher.get(), "DISPLAY", Desktop::instance().display().c_str(), TRUE);
+    return spawn(launcher.get(), words);
 }
 
 } // namespace
@@ -121,13 +127,10 @@ Program::~Program()
 
 std::string Program::log() const
 {
-    std::set<std::filesystem::path> days; // a run may see midnight
-    for (const auto& entry : std::filesystem::directory_iterator(m_folder))
-        if (entry.path().filename().string().starts_with("obri_app_log_"))
-            days.insert(entry.path());
     std::string text;
-    for (const auto& day : days)
-        text += contentsOf(day);
+    for (const auto& entry : std::filesystem::directory_iterator(m_folder)) // two when a run sees midnight
+        if (entry.path().filename().string().starts_with("obri_app_log_"))
+            text += contentsOf(entry.path());
     return text;
 }
 
@@ -147,55 +150,39 @@ std::vector<std::string> Program::frameLog() const
 
 bool Program::waitForWindow()
 {
-    const auto isThere = [] {
-        GVariant* answer = callWindow("List", nullptr);
-        if (answer)
-            g_variant_unref(answer);
-        return answer != nullptr;
-    };
-    return waitFor([&] { return isThere() || hasEnded(); }) && !hasEnded();
+    return waitFor([&] { return callWindow("List", nullptr) || hasEnded(); }) && !hasEnded();
 }
 
 size_t Program::framesSent() const
 {
-    const auto lines = frameLog();
-    return static_cast<size_t>(std::count_if(
-        lines.begin(), lines.end(), [](const std::string& line) { return line.find(" sent ") != std::string::npos; }));
+    size_t sent = 0;
+    for (const std::string& line : frameLog())
+        sent += line.find(" sent ") != std::string::npos;
+    return sent;
 }
 
-bool Program::waitForFrames(size_t count)
+bool Program::waitForMoreFrames(size_t count)
 {
-    for (size_t sent = framesSent(); sent < count; sent = framesSent())
+    const size_t enough = framesSent() + count;
+    for (size_t sent = framesSent(); sent < enough; sent = framesSent())
         if (!waitFor([&] { return framesSent() > sent; }))
             return false;
     return true;
 }
 
-bool Program::waitForMoreFrames(size_t count)
-{
-    return waitForFrames(framesSent() + count);
-}
-
 void Program::activate(const std::string& action)
 {
-    GError* error = nullptr;
-    GVariant* answer = callWindow("Activate", g_variant_new("(sava{sv})", action.c_str(), nullptr, nullptr), &error);
-    if (answer)
-        g_variant_unref(answer);
-    else if (action != "quit") // the answer to it may be the end of the connection
-        throw std::runtime_error(action + ": " + errorText(error));
-    else
-        g_clear_error(&error);
+    if (!callWindow("Activate", g_variant_new("(sava{sv})", action.c_str(), nullptr, nullptr)) &&
+        action != "quit") // the answer to it may be the end of the connection
+        throw std::runtime_error("no answer to " + action);
 }
 
 bool Program::isEnabled(const std::string& action) const
 {
-    GVariant* answer = callWindow("Describe", g_variant_new("(s)", action.c_str()));
-    if (!answer)
-        return false;
+    const VariantHandle answer = callWindow("Describe", g_variant_new("(s)", action.c_str()));
     gboolean enabled = FALSE;
-    g_variant_get(answer, "((bgav))", &enabled, nullptr, nullptr);
-    g_variant_unref(answer);
+    if (answer)
+        g_variant_get(answer.get(), "((bgav))", &enabled, nullptr, nullptr);
     return enabled;
 }
 
@@ -206,14 +193,10 @@ bool Program::waitUntilEnabled(const std::string& action) const
 
 void Program::runXdotool(const std::vector<std::string>& words) const
 {
-    GObjectHandle<GSubprocessLauncher> launcher(g_subprocess_launcher_new(G_SUBPROCESS_FLAGS_STDOUT_SILENCE));
-    g_subprocess_launcher_setenv(launcher.get(), "DISPLAY", Desktop::instance().display().c_str(), TRUE);
     std::vector<std::string> all{"xdotool", "windowfocus", "--sync", std::to_string(windowId())};
     all.insert(all.end(), words.begin(), words.end());
-    const auto process = spawn(launcher.get(), all);
-    GError* error = nullptr;
-    if (!g_subprocess_wait_check(process.get(), nullptr, &error))
-        throw std::runtime_error("xdotool: " + errorText(error));
+    if (!g_subprocess_wait_check(xdotool(G_SUBPROCESS_FLAGS_STDOUT_SILENCE, all).get(), nullptr, nullptr))
+        throw std::runtime_error("xdotool cannot " + words.front());
 }
 
 void Program::key(const std::string& keys)
@@ -223,14 +206,13 @@ void Program::key(const std::string& keys)
 
 unsigned long Program::windowId() const
 {
-    GObjectHandle<GSubprocessLauncher> launcher(g_subprocess_launcher_new(
-        static_cast<GSubprocessFlags>(G_SUBPROCESS_FLAGS_STDOUT_PIPE | G_SUBPROCESS_FLAGS_STDERR_SILENCE)));
-    g_subprocess_launcher_setenv(launcher.get(), "DISPLAY", Desktop::instance().display().c_str(), TRUE);
+    constexpr auto sOutput =
+        static_cast<GSubprocessFlags>(G_SUBPROCESS_FLAGS_STDOUT_PIPE | G_SUBPROCESS_FLAGS_STDERR_SILENCE);
     // The search trips over a tooltip or a list that vanishes while it looks at it.
     for (int attempt = 0; m_windowId == 0 && attempt < 20; ++attempt) {
-        const auto process = spawn(launcher.get(), {"xdotool", "search", "--onlyvisible", "--name", sTitle});
         try {
-            m_windowId = std::stoul(firstLineOf(process.get()));
+            const auto search = xdotool(sOutput, {"xdotool", "search", "--onlyvisible", "--name", "OBRI Cam Control"});
+            m_windowId = std::stoul(firstLineOf(search.get()));
         } catch (const std::exception&) {
             std::this_thread::sleep_for(std::chrono::milliseconds(100));
         }
@@ -295,8 +277,7 @@ bool Program::waitForEnd(Seconds deadline)
 {
     if (waitFor([this] { return hasEnded(); }, deadline))
         return true;
-    if (const int program = processId(); program > 0)
-        kill(program, SIGKILL);
+    signal(SIGKILL);
     g_subprocess_force_exit(m_process.get());
     return false;
 }
@@ -311,14 +292,10 @@ int Program::exitStatus() const
 int Program::processId() const
 {
     for (const auto& entry : std::filesystem::directory_iterator("/proc")) {
-        const std::string name = entry.path().filename();
-        if (name.find_first_not_of("0123456789") != std::string::npos)
-            continue;
-        std::error_code error;
-        if (std::filesystem::read_symlink(entry.path() / "cwd", error) != m_folder)
-            continue;
-        if (std::filesystem::read_symlink(entry.path() / "exe", error).filename() == "obri-camctl")
-            return std::stoi(name);
+        std::error_code none;
+        if (std::filesystem::read_symlink(entry.path() / "cwd", none) == m_folder &&
+            std::filesystem::read_symlink(entry.path() / "exe", none).filename() == "obri-camctl")
+            return std::stoi(entry.path().filename());
     }
     return -1;
 }

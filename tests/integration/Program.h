@@ -57,9 +57,7 @@ public:
     bool waitForWindow();
     /// Frames that the camera has sent so far.
     size_t framesSent() const;
-    /// Waits until the camera has sent this many frames since the program was started; each one has its own deadline.
-    bool waitForFrames(size_t count);
-    /// Waits until it has sent so many more.
+    /// Waits until the camera has sent so many more; each one has its own deadline.
     bool waitForMoreFrames(size_t count);
     /// Calls a window action as the menu does.
     void activate(const std::string& action);

@@ -2,15 +2,6 @@
 
 #include <stdexcept>
 
-static std::vector<const char*> pointersTo(const std::vector<std::string>& words)
-{
-    std::vector<const char*> pointers;
-    for (const std::string& word : words)
-        pointers.push_back(word.c_str());
-    pointers.push_back(nullptr);
-    return pointers;
-}
-
 std::string errorText(GError* error)
 {
     std::string text = error ? error->message : "unknown error";
@@ -20,8 +11,12 @@ std::string errorText(GError* error)
 
 GObjectHandle<GSubprocess> spawn(GSubprocessLauncher* launcher, const std::vector<std::string>& words)
 {
+    std::vector<const char*> pointers;
+    for (const std::string& word : words)
+        pointers.push_back(word.c_str());
+    pointers.push_back(nullptr);
     GError* error = nullptr;
-    GObjectHandle<GSubprocess> process(g_subprocess_launcher_spawnv(launcher, pointersTo(words).data(), &error));
+    GObjectHandle<GSubprocess> process(g_subprocess_launcher_spawnv(launcher, pointers.data(), &error));
     if (!process)
         throw std::runtime_error(words.front() + ": " + errorText(error));
     return process;
