@@ -15,17 +15,22 @@
 /// Answers with what the test put in.
 class FakeProvider final : public libobrifile::IFileWriterAttributesProvider {
 public:
-    std::map<std::string, std::string> header, frame;
+    using Attributes = std::map<std::string, std::string>;
+    Attributes header, frame;
     uint32_t frameId = 0;
-    uint8_t satellites = 9, fixState = 3;
+    uint8_t fixState = 3;
     uint16_t dop[5] = {150, 250, 350, 450, 550}, temperature = 0x1901; // 25 degrees
     uint32_t dopTime = 77;
     libobribase::DateTime from{2020, 1, 1, 0, 0, 0, 0}, to{2020, 1, 1, 0, 0, 0, 40};
 
-    void GetHeaderAttributes(std::map<std::string, std::string>& attribs) override { merge(attribs, header); }
-    void GetFrameAttributes(std::map<std::string, std::string>& attribs) override { merge(attribs, frame); }
+    void GetHeaderAttributes(Attributes& attribs) override { attribs = header; }
+    void GetFrameAttributes(Attributes& attribs) override
+    {
+        for (const auto& [key, value] : frame)
+            attribs[key] = value;
+    }
     uint32_t GetCameraFrameId() override { return frameId; }
-    uint8_t GetGpsNofSatellites() override { return satellites; }
+    uint8_t GetGpsNofSatellites() override { return 9; }
     uint8_t GetGpsFixState() override { return fixState; }
     uint16_t GetGpsDilusionOfPrecisionGptvh(int which) override { return dop[which]; }
     uint32_t GetGpsDilusionOfPrecisionTime() override { return dopTime; }
@@ -33,13 +38,6 @@ public:
     uint16_t GetSensorTemperature() override { return temperature; }
     void GetDateTimeFrom(libobribase::DateTime* dt) override { *dt = from; }
     void GetDateTimeTo(libobribase::DateTime* dt) override { *dt = to; }
-
-private:
-    static void merge(std::map<std::string, std::string>& into, const std::map<std::string, std::string>& more)
-    {
-        for (const auto& [key, value] : more)
-            into[key] = value;
-    }
 };
 
 /// Files of this process cannot grow beyond so many bytes, for the length of a scope: a disk that is full.
