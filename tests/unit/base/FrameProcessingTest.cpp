@@ -35,6 +35,15 @@ void fill(std::vector<T>& buffer, EContent content, std::mt19937& random)
     }
 }
 
+/// What a preview leaves behind.
+struct SPreviewed {
+    explicit SPreviewed(size_t area) : rgb(area, 0xDEADBEEF) {}
+    std::vector<uint32_t> rgb;
+    std::vector<uint64_t> bins = std::vector<uint64_t>(1024, 1);
+    std::vector<uint16_t> profile = std::vector<uint16_t>(33, 1);
+    bool operator==(const SPreviewed&) const = default;
+};
+
 /// One frame's buffers, and the same frame again for the reference.
 struct Frame {
     Frame(int w, int h, int isCompressed, EContent content, EContent darkContent = EContent::Black)
@@ -55,7 +64,7 @@ struct Frame {
     void fillPixels(EContent content)
     {
         fill(pixels, content, random);
-        std::copy(pixels.begin(), pixels.end(), expected.begin());
+        expected = pixels;
     }
     void expectSame()
     {
@@ -71,10 +80,37 @@ struct Frame {
     {
         processing.m_meanValid = reference.m_meanValid = 1;
         processing.m_mean = reference.m_mean = static_cast<uint32_t>(mean);
-        reference.m_lowerBound = std::max(mean - 1024, 0);
-        reference.m_upperBound = std::min(mean + 1024, 65535);
-        processing.m_lowerBound = static_cast<uint16_t>(reference.m_lowerBound);
-        processing.m_upperBound = static_cast<uint16_t>(reference.m_upperBound);
+        reference.m_lowerBound = processing.m_lowerBound = static_cast<uint16_t>(std::max(mean - 1024, 0));
+        reference.m_upperBound = processing.m_upperBound = static_cast<uint16_t>(std::min(mean + 1024, 65535));
+    }
+    void drawText()
+    {
+        const libobribase::DateTime time{2024, 3, 5, 6, 7, 8, 9};
+        processing.ApplyPcTimeOverlay(&time);
+        reference.m_textWidth = 26 * 8;
+        reference.m_textHeight = 16;
+    }
+
+    /// In every combination of the modes: three of the pixels, and zones of which two in three are enabled. The
+    /// profile may lie over an edge or beside the frame.
+    void expectSamePreviews(const std::vector<uint32_t>& curve, int rawRows, int rawColumns)
+    {
+        const int width = reference.m_width, height = reference.m_height;
+        const int x = static_cast<int>(random() % (width + 60)) - 30, y = static_cast<int>(random() % (height + 2)) - 1;
+        libobribase::ZoneMatrix zones(width, height);
+        for (int zone = 0; zone < 4096; ++zone)
+            zones.setZoneEnabled(zone % 64, zone / 64, random() % 3 > 0);
+        expected = pixels;
+        for (int mode = 0; mode < 16; ++mode) {
+            const int m1 = mode & 1, m2 = mode & 2, m4 = mode & 4;
+            zones.setEnabled(mode & 8);
+            SPreviewed made(area(width, height)), wanted(area(width, height));
+            processing.CreatePreview(nullptr, &zones, made.rgb.data(), made.bins.data(), curve.data(),
+                                     made.profile.data(), x, y, rawRows, rawColumns, m1, m1, m2, m4);
+            reference.preview({wanted.rgb.data(), wanted.bins.data(), curve.data(), wanted.profile.data(), x, y,
+                               rawRows, rawColumns, m1, m1, m2, m4, &zones});
+            ASSERT_EQ(made, wanted) << width << " x " << height << ", mode " << mode;
+        }
     }
 
     std::mt19937 random{4};
@@ -88,6 +124,8 @@ struct Frame {
 // smallest frames with a mean, the camera's own, the tallest.
 constexpr int sSizes[][2] = {{1, 1},     {7, 3},    {8, 1},    {9, 40},   {17, 5},    {30, 35},  {31, 36},   {33, 35},
                              {176, 128}, {205, 35}, {213, 50}, {227, 35}, {1624, 40}, {3, 4096}, {219, 4096}};
+constexpr int sPreviewSizes[][2] = {{1, 1},   {7, 33},    {9, 34},   {16, 40},  {31, 50},   {64, 64},
+                                    {63, 65}, {176, 128}, {209, 40}, {211, 70}, {333, 130}, {5, 4096}};
 
 /// One run through all steps.
 struct SSettings {
@@ -102,8 +140,16 @@ constexpr SSettings sSettings[] = {{-1, 0, 0, 1, 16},         {0, 1, 0, 1, -3}, 
 /// Runs on every instruction level that this processor has.
 class OnEveryLevel : public testing::TestWithParam<const SPixelKernels*> {
 protected:
-    void SetUp() override { libobribase::choosePixelKernels(*GetParam()); }
-    void TearDown() override { libobribase::choosePixelKernels(*libobribase::pixelLevels().back()); }
+    OnEveryLevel()
+    {
+        libobribase::choosePixelKernels(*GetParam());
+        std::mt19937 random(7);
+        for (auto& colour : curve) // no grey, so that a colour lost is seen
+            colour = static_cast<uint32_t>(random()) & 0xFFFFFF;
+    }
+    ~OnEveryLevel() override { libobribase::choosePixelKernels(*libobribase::pixelLevels().back()); }
+
+    std::vector<uint32_t> curve = std::vector<uint32_t>(65536);
 };
 INSTANTIATE_TEST_SUITE_P(Level, OnEveryLevel, testing::ValuesIn(libobribase::pixelLevels()),
                          [](const auto& level) { return std::string(level.param->name); });
@@ -141,41 +187,59 @@ TEST_P(OnEveryLevel, EveryStepEqualsTheReference)
                 }
 }
 
-TEST_P(OnEveryLevel, SamplesAreTakenApartAsTheCameraPacksThem)
+TEST_P(OnEveryLevel, PreviewsEqualTheReference)
 {
-    // One register of either level and more, so that no sample is left to the plain loop alone.
-    constexpr int sGroups = 5, sWidth = sGroups * 8;
-    uint16_t pixels[sWidth] = {}, zeros[sWidth] = {};
-    const uint8_t group[] = {0x31, 0x12, 0x42, 0x23, 0x55, 0x34, 0x66, 0x45, 0x77, 0x56, 0x88, 0x67};
-    std::vector<uint8_t> raw;
-    for (int i = 0; i < sGroups; ++i)
-        raw.insert(raw.end(), std::begin(group), std::end(group));
-    FrameProcessing(sWidth, 1, 1, pixels, zeros, zeros).DecodeFrame(raw.data());
-    const auto* decoded = reinterpret_cast<const uint16_t(*)[8]>(pixels);
-    for (int i = 0; i < sGroups; ++i)
-        EXPECT_THAT(decoded[i], testing::ElementsAre(0x1230, 0x2340, 0x3410, 0x4520, 0x5550, 0x6660, 0x6770, 0x7880));
+    for (const auto& [width, height] : sPreviewSizes)
+        for (const int rawRows : {0, 1, 16, height, height + 5}) {
+            Frame frame(width, height, 0, EContent::Random);
+            frame.drawText();
+            for (const int rawColumns : {0, 3, 8, width, width + 5})
+                ASSERT_NO_FATAL_FAILURE(frame.expectSamePreviews(curve, rawRows, rawColumns));
+        }
+}
 
-    raw.clear();
-    for (int i = 0; i < sWidth; ++i)
-        raw.insert(raw.end(), {0xBC, 0xFA}); // the high nibble is nobody's
-    FrameProcessing(sWidth, 1, 0, pixels, zeros, zeros).DecodeFrame(raw.data());
-    EXPECT_THAT(pixels, testing::Each(0xBCA0));
+// Large frames take their colours from a table of samples, but for rows with more than 12 bits to a pixel.
+TEST_P(OnEveryLevel, PreviewsOfLargeFramesOfSamplesEqualTheReference)
+{
+    for (const auto& [width, height] : {std::pair{521, 509}, {4099, 65}}) {
+        Frame frame(width, height, 0, EContent::Random);
+        frame.drawText();
+        for (size_t i = 0; i < frame.pixels.size(); ++i)
+            if (i < frame.pixels.size() / 2 || i % 5000 > 0)
+                frame.pixels[i] &= 0xFFF0;
+        frame.expectSamePreviews(curve, 1, 1);
+        auto greys = curve;
+        for (auto& colour : greys) // what the stretch makes goes another way
+            colour = (colour & 0xFF) * 0x010101;
+        frame.expectSamePreviews(greys, 1, 1);
+        greys[123 << 4] ^= 0x100;
+        frame.expectSamePreviews(greys, 1, 0);
+    }
+}
+
+TEST(DecodeFrame, TakesSamplesApartAsTheCameraPacksThem)
+{
+    uint16_t pixels[8] = {}, zeros[8] = {};
+    const uint8_t packed[] = {0x31, 0x12, 0x42, 0x23, 0x55, 0x34, 0x66, 0x45, 0x77, 0x56, 0x88, 0x67};
+    FrameProcessing(8, 1, 1, pixels, zeros, zeros).DecodeFrame(packed);
+    EXPECT_THAT(pixels, testing::ElementsAre(0x1230, 0x2340, 0x3410, 0x4520, 0x5550, 0x6660, 0x6770, 0x7880));
+    const uint8_t plain[] = {0xBC, 0xFA}; // the high nibble is nobody's
+    FrameProcessing(1, 1, 0, pixels, zeros, zeros).DecodeFrame(plain);
+    EXPECT_EQ(pixels[0], 0xBCA0);
 }
 
 TEST(PcTime, IsDrawnInTheTopLeftCorner)
 {
-    const libobribase::DateTime time{2024, 3, 5, 6, 7, 8, 9};
     const std::string text = " PC 20240305 06:07:08.009 ";
     for (const auto& [width, height] : {std::pair{300, 20}, {208, 16}, {100, 20}, {300, 5}, {1, 1}}) {
         Frame frame(width, height, 0, EContent::Sky);
-        auto expected = frame.pixels;
         for (int y = 0; y < std::min(16, height); ++y)
             for (int x = 0; x < std::min(208, width); ++x) {
                 const auto code = static_cast<unsigned char>(text[x / 8]);
                 const bool isSet = libobribase::getFontSymbol8x16(code, y) >> (7 - x % 8) & 1;
-                expected[sMargin + y * width + x] = isSet ? 0xFFFF : 0;
+                frame.expected[sMargin + y * width + x] = isSet ? 0xFFFF : 0;
             }
-        frame.processing.ApplyPcTimeOverlay(&time);
-        EXPECT_EQ(frame.pixels, expected);
+        frame.drawText();
+        EXPECT_EQ(frame.pixels, frame.expected);
     }
 }
