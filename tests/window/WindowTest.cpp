@@ -2,6 +2,7 @@
 
 #include "FrameProcessor.h"
 #include "StreamStatus.h"
+#include "SUiFunctions.h"
 
 #include <chrono>
 #include <gdkmm/general.h>
@@ -20,6 +21,27 @@ void note(const char* name, T... values)
     sCamera.calls.push_back((std::string(name) + ... + (' ' + std::to_string(values))));
 }
 
+SUiFunctions sFunctions{
+    .startStreaming = [] { note("startStreaming"); },
+    .stopStreaming = [] { note("stopStreaming"); },
+    .startRecordingAdv = [] { note("startRecordingAdv"); },
+    .startRecordingFits = [] { note("startRecordingFits"); },
+    .stopRecording = [] { note("stopRecording"); },
+    .startRecordingSingleFits = [](int value) { note("startRecordingSingleFits", value); },
+    .setResolution = [](int width, int height) { note("setResolution", width, height); },
+    .setExposureTime = [](int value) { note("setExposureTime", value); },
+    .setGain = [](int value) { note("setGain", value); },
+    .setHighGainMode = [](int value) { note("setHighGainMode", value); },
+    .setBlackLevel = [](int value) { note("setBlackLevel", value); },
+    .setInvertMode = [](int value) { note("setInvertMode", value); },
+    .setFpnMode = [](int value) { note("setFpnMode", value); },
+    .setFlipMode = [](int value) { note("setFlipMode", value); },
+    .setShowPcTime = [](int value) { note("setShowPcTime", value); },
+    .setOverlayMode = [](int value) { note("setOverlayMode", value); },
+    .getIsStreaming = [] { return sCamera.streaming; },
+    .getIsRecording = [] { return sCamera.recording; },
+};
+
 } // namespace
 
 Gtk::Widget* WindowTest::findBelow(Gtk::Widget* widget, const std::string& id)
@@ -34,13 +56,11 @@ Gtk::Widget* WindowTest::findBelow(Gtk::Widget* widget, const std::string& id)
     return nullptr;
 }
 
-WindowTest::WindowTest() : camera(sCamera), m_functions(functionTable())
+WindowTest::WindowTest() : camera(sCamera), m_programsHistogram(std::exchange(m_histogram, &m_ownHistogram))
 {
     camera = {};
     updateStreamStatus([](SStreamStatus& status) { status = {}; });
-    m_ownHistogram = std::make_unique<libobribase::Histogram>();
-    m_programsHistogram = std::exchange(m_histogram, m_ownHistogram.get());
-    window = std::make_unique<MainWindow>(&m_functions);
+    window = std::make_unique<MainWindow>(&sFunctions);
     Glib::RefPtr<Gtk::Application>::cast_dynamic(Gio::Application::get_default())->add_window(*window);
     window->present();
     waitUntil([&] { return window->get_mapped(); });
@@ -51,30 +71,6 @@ WindowTest::~WindowTest()
 {
     window.reset();
     m_histogram = m_programsHistogram;
-}
-
-SUiFunctions WindowTest::functionTable()
-{
-    SUiFunctions table{};
-    table.startStreaming = [] { note("startStreaming"); };
-    table.stopStreaming = [] { note("stopStreaming"); };
-    table.startRecordingAdv = [] { note("startRecordingAdv"); };
-    table.startRecordingFits = [] { note("startRecordingFits"); };
-    table.stopRecording = [] { note("stopRecording"); };
-    table.startRecordingSingleFits = [](int value) { note("startRecordingSingleFits", value); };
-    table.setResolution = [](int width, int height) { note("setResolution", width, height); };
-    table.setExposureTime = [](int value) { note("setExposureTime", value); };
-    table.setGain = [](int value) { note("setGain", value); };
-    table.setHighGainMode = [](int value) { note("setHighGainMode", value); };
-    table.setBlackLevel = [](int value) { note("setBlackLevel", value); };
-    table.setInvertMode = [](int value) { note("setInvertMode", value); };
-    table.setFpnMode = [](int value) { note("setFpnMode", value); };
-    table.setFlipMode = [](int value) { note("setFlipMode", value); };
-    table.setShowPcTime = [](int value) { note("setShowPcTime", value); };
-    table.setOverlayMode = [](int value) { note("setOverlayMode", value); };
-    table.getIsStreaming = [] { return sCamera.streaming; };
-    table.getIsRecording = [] { return sCamera.recording; };
-    return table;
 }
 
 bool WindowTest::waitUntil(const std::function<bool()>& condition)
@@ -93,34 +89,6 @@ void WindowTest::letPass(double seconds)
 {
     const auto end = Clock::now() + std::chrono::duration<double>(seconds);
     waitUntil([&] { return Clock::now() > end; });
-}
-
-void WindowTest::sendPointer(Gtk::Widget& widget, GdkEventType type, double x, double y, guint detail)
-{
-    GdkEvent* event = gdk_event_new(type);
-    event->any.window = GDK_WINDOW(g_object_ref(widget.get_window()->gobj()));
-    if (type == GDK_MOTION_NOTIFY) {
-        event->motion.x = x;
-        event->motion.y = y;
-        event->motion.state = detail;
-    } else {
-        event->button.x = x;
-        event->button.y = y;
-        event->button.button = detail;
-    }
-    gdk_event_set_device(event, gdk_seat_get_pointer(gdk_display_get_default_seat(gdk_display_get_default())));
-    gtk_main_do_event(event);
-    gdk_event_free(event);
-}
-
-void WindowTest::typeKey(Gtk::Widget& widget, guint key, GdkModifierType modifiers)
-{
-    GdkEvent* event = gdk_event_new(GDK_KEY_PRESS);
-    event->key.window = GDK_WINDOW(g_object_ref(window->get_window()->gobj()));
-    event->key.keyval = key;
-    event->key.state = modifiers;
-    gtk_widget_event(widget.gobj(), event);
-    gdk_event_free(event);
 }
 
 std::vector<uint32_t> WindowTest::look(Gtk::Widget& widget, int width, int height)

@@ -2,7 +2,6 @@
 
 #include "Histogram.h"
 #include "MainWindow.h"
-#include "SUiFunctions.h"
 
 #include <functional>
 #include <gmock/gmock.h>
@@ -42,20 +41,6 @@ protected:
     }
     bool isEnabled(const char* action) { return window->get_action_enabled(action); }
 
-    void press(Gtk::Widget& widget, double x, double y, guint button = 1)
-    {
-        sendPointer(widget, GDK_BUTTON_PRESS, x, y, button);
-    }
-    void move(Gtk::Widget& widget, double x, double y)
-    {
-        sendPointer(widget, GDK_MOTION_NOTIFY, x, y, GDK_BUTTON1_MASK);
-    }
-    void release(Gtk::Widget& widget, double x, double y, guint button = 1)
-    {
-        sendPointer(widget, GDK_BUTTON_RELEASE, x, y, button);
-    }
-    void typeKey(Gtk::Widget& widget, guint key, GdkModifierType modifiers);
-
     /// What the screen shows of a widget, in its top left corner; words 0x00RRGGBB.
     std::vector<uint32_t> look(Gtk::Widget& widget, int width, int height);
 
@@ -64,11 +49,7 @@ protected:
 
 private:
     static Gtk::Widget* findBelow(Gtk::Widget* widget, const std::string& id);
-    static SUiFunctions functionTable();
-    /// Detail: the button, or those held while the pointer moves.
-    void sendPointer(Gtk::Widget& widget, GdkEventType type, double x, double y, guint detail);
 
-    std::unique_ptr<libobribase::Histogram> m_ownHistogram;
+    libobribase::Histogram m_ownHistogram;
     libobribase::Histogram* m_programsHistogram;
-    SUiFunctions m_functions;
 };

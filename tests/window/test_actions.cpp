@@ -8,62 +8,58 @@ using testing::IsEmpty;
 
 namespace {
 
+using Names = std::vector<std::string>;
+
 class Actions : public WindowTest {
 protected:
     Actions() { camera.take(); }
 
-    std::vector<std::string> activate(const char* action)
+    Names activate(const char* action)
     {
         window->activate_action(action);
         return camera.take();
     }
     /// The actions that a person can use in a state of the camera, of those that depend on it.
-    std::vector<std::string> usable()
+    Names usable()
     {
-        std::vector<std::string> names;
+        Names names;
         for (const char* name :
              {"startStreaming", "stopStreaming", "startRecordingAdv", "startRecordingFits", "stopRecording"})
-            if (isEnabled(name))
+            if (window->get_action_enabled(name))
                 names.push_back(name);
         return names;
-    }
-    void cameraTurns(int streaming, int recording)
-    {
-        camera.streaming = streaming;
-        camera.recording = recording;
     }
 };
 
 TEST_F(Actions, FollowTheCameraWithoutBeingTouched)
 {
-    EXPECT_THAT(usable(), ElementsAre("startStreaming"));
-    cameraTurns(1, 0);
-    EXPECT_TRUE(waitUntil([&] { return isEnabled("stopStreaming"); }));
-    EXPECT_THAT(usable(), ElementsAre("stopStreaming", "startRecordingAdv", "startRecordingFits"));
-    cameraTurns(1, 1);
-    EXPECT_TRUE(waitUntil([&] { return isEnabled("stopRecording"); }));
-    EXPECT_THAT(usable(), ElementsAre("stopStreaming", "stopRecording"));
-    cameraTurns(0, 1);
-    EXPECT_TRUE(waitUntil([&] { return isEnabled("startStreaming"); }));
-    EXPECT_THAT(usable(), ElementsAre("startStreaming"));
+    const std::tuple<int, int, Names> states[] = {{0, 0, {"startStreaming"}},
+                                                  {1, 0, {"stopStreaming", "startRecordingAdv", "startRecordingFits"}},
+                                                  {1, 1, {"stopStreaming", "stopRecording"}},
+                                                  {0, 1, {"startStreaming"}}};
+    for (const auto& [streaming, recording, names] : states) {
+        camera.streaming = streaming;
+        camera.recording = recording;
+        EXPECT_TRUE(waitUntil([&, &expected = names] { return usable() == expected; })) << streaming << recording;
+    }
 }
 
 TEST_F(Actions, StartAndStopOnlyWhatIsNotSoAlready)
 {
     EXPECT_THAT(activate("startStreaming"), ElementsAre("startStreaming"));
-    cameraTurns(1, 0);
+    camera.streaming = 1;
     EXPECT_THAT(activate("startStreaming"), IsEmpty());
     EXPECT_THAT(usable(), ElementsAre("stopStreaming", "startRecordingAdv", "startRecordingFits"))
         << "refreshed by the action itself, before any timer";
-    EXPECT_THAT(activate("stopStreaming"), ElementsAre("stopStreaming"));
-    EXPECT_THAT(activate("singleFitsLight"), ElementsAre("startRecordingSingleFits 0"));
-    EXPECT_THAT(activate("singleFitsDark"), ElementsAre("startRecordingSingleFits 68"));
-    EXPECT_THAT(activate("singleFitsFlat"), ElementsAre("startRecordingSingleFits 70"));
-    EXPECT_THAT(activate("startRecordingAdv"), ElementsAre("startRecordingAdv"));
-    EXPECT_THAT(activate("startRecordingFits"), ElementsAre("startRecordingFits"));
-    cameraTurns(1, 1);
-    EXPECT_TRUE(waitUntil([&] { return isEnabled("stopRecording"); }));
-    EXPECT_THAT(activate("stopRecording"), ElementsAre("stopRecording"));
+    for (const auto& [action, call] : {std::pair{"stopStreaming", "stopStreaming"},
+                                       {"singleFitsLight", "startRecordingSingleFits 0"},
+                                       {"singleFitsDark", "startRecordingSingleFits 68"},
+                                       {"singleFitsFlat", "startRecordingSingleFits 70"},
+                                       {"startRecordingAdv", "startRecordingAdv"},
+                                       {"startRecordingFits", "startRecordingFits"}})
+        EXPECT_THAT(activate(action), ElementsAre(call));
+    camera.recording = 1;
+    EXPECT_TRUE(waitUntil([&] { return !activate("stopRecording").empty(); }));
 }
 
 TEST_F(Actions, TheBoxShowsTheSizeInForceWithoutSendingIt)
