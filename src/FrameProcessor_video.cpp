@@ -104,10 +104,6 @@ void FrameProcessor::closeVideoWriter()
         return;
     updateRecordingStatus();
     m_videoWriter = nullptr;
-    m_recordingStatus.active = false;
-    m_isRecording.store(false, std::memory_order_release);
-    updateStreamStatus([this](SStreamStatus& s) { s.recording = m_recordingStatus; });
-
     const bool saidBefore = writer->HasFailed();
     try {
         writer->StopRecording();
@@ -116,6 +112,12 @@ void FrameProcessor::closeVideoWriter()
     } catch (const std::exception& failure) {
         sayTrouble('E', std::string("The recording was not completed: ") + failure.what());
     }
+    // Fewer than before when the disk did not take the last of them.
+    m_recordingStatus.frames = writer->GetFrameNr();
+    m_recordingStatus.bytesWritten = m_recordingStatus.frames * m_recordingStatus.bytesPerFrame;
+    m_recordingStatus.active = false;
+    m_isRecording.store(false, std::memory_order_release);
+    updateStreamStatus([this](SStreamStatus& s) { s.recording = m_recordingStatus; });
     logString("I " + totalsText(m_recordingStatus));
 }
 

@@ -119,6 +119,7 @@ void releaseStreamingThread()
 
 void* streamingThread(void*)
 {
+    pthread_setname_np(pthread_self(), "streaming");
     leaveSignalsToMainThread();
     puts("Streaming thread running...");
     streamingThreadInit();

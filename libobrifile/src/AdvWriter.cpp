@@ -68,7 +68,7 @@ uint32_t samplesPerRow(uint32_t width, uint8_t bitsPerPixel)
 AdvWriter::AdvWriter(IFileWriterAttributesProvider* provider)
     : BaseWriter(provider), m_useLagarithCompressor(0),
       m_zoneDataLength(0), m_dataStreamMetadataOffset{}, m_configHeaderOffset{}, m_posStreamNofFrames{},
-      m_firstFrameTime100ns(0)
+      m_firstFrameTime100ns(0), m_endOfHeaders(0)
 {
 }
 
@@ -126,14 +126,17 @@ void AdvWriter::DeleteZoneDefinitions()
 void AdvWriter::OnRecordHeader()
 {
     WriteHeaders();
+    m_endOfHeaders = GetCurPosition();
 }
 
 void AdvWriter::OnRecordTrailer()
 {
+    if (!SettleFile())
+        CutToWholeFrames();
     const uint64_t endOfFrames = GetCurPosition();
     WriteIndexTables();
     WriteUserMetadataTable();
-    if (FlushFile())
+    if (SettleFile())
         return;
     // No room for the index: the recording stays readable frame by frame, as one that was interrupted.
     CutBackTo(endOfFrames);

@@ -75,7 +75,9 @@ private:
     void WriteFullFrame(uint8_t* frameData, uint64_t length);
     void WriteZones(uint8_t* frameData);
     void WriteFrameStatus(uint64_t from, uint64_t to, uint64_t systemTime);
+    void CutToWholeFrames();
 
+    uint64_t m_endOfHeaders;           // where the first frame goes
     std::vector<uint8_t> m_compressed; // one compressed frame; empty when not compressing
 };
 

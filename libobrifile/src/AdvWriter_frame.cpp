@@ -64,11 +64,24 @@ void AdvWriter::OnRecordFrame(uint8_t* frameData, uint64_t length, uint64_t date
     WriteFrameStatus(advFrom, advTo, advTime(datetime01010001));
 
     if (!FlushFile()) {
-        CutBackTo(entry.m_offsetBytes);
+        CutToWholeFrames();
         return;
     }
     entry.m_lenBytes = GetCurPosition() - entry.m_offsetBytes - sizeof sAdvFrameMagic;
     m_mainIndexEntries.push_back(entry);
+}
+
+// Which frames the disk took is known after they were handed over, some frames later when it is slow.
+void AdvWriter::CutToWholeFrames()
+{
+    const uint64_t written = WrittenUpTo();
+    const auto endOf = [](const FrameIndexEntry& entry) {
+        return entry.m_offsetBytes + sizeof sAdvFrameMagic + entry.m_lenBytes;
+    };
+    while (!m_mainIndexEntries.empty() && endOf(m_mainIndexEntries.back()) > written)
+        m_mainIndexEntries.pop_back();
+    m_frameNr = static_cast<uint32_t>(m_mainIndexEntries.size());
+    CutBackTo(m_mainIndexEntries.empty() ? m_endOfHeaders : endOf(m_mainIndexEntries.back()));
 }
 
 bool AdvWriter::IsLengthUsable(bool isFullFrame, uint64_t length)

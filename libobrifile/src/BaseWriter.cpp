@@ -51,7 +51,7 @@ void BaseWriter::CreateBaseFile(std::string path, uint32_t w, uint32_t h, uint8_
     m_nativeBitsPerPixel = bbp;
     m_filePath = path;
     closeFile(m_file);
-    m_file = fopen64(path.c_str(), "wb");
+    m_file = m_writeBehind.Open(path);
     if (m_file == nullptr)
         Fail("open", m_filePath, strerror(errno));
 }
@@ -68,7 +68,7 @@ void BaseWriter::StartRecording()
         return;
     m_recording = true;
     OnRecordHeader();
-    if (!FlushFile()) {
+    if (!SettleFile()) {
         // An empty file is no recording; half a header could be taken for one.
         m_recording = false;
         CutBackTo(0);
@@ -86,9 +86,8 @@ void BaseWriter::StopRecording()
 {
     if (std::exchange(m_recording, false)) {
         OnRecordTrailer();
-        FlushFile();
+        SettleFile();
     }
-    // Some file systems tell of a full disk only here.
     if (m_file != nullptr && fclose(std::exchange(m_file, nullptr)) != 0)
         Fail("write", m_filePath, strerror(errno));
     closeFile(m_gpsStatusFile);
@@ -136,8 +135,7 @@ void BaseWriter::WriteBytes(uint8_t* p, uint64_t length)
         Fail("write", m_filePath, "no file is open");
         return;
     }
-    // After a failure the position is unknown until CutBackTo sets it.
-    if (ferror(m_file) == 0 && fwrite(p, 1, length, m_file) != length)
+    if (fwrite(p, 1, length, m_file) != length)
         Fail("write", m_filePath, strerror(errno));
 }
 
@@ -187,9 +185,24 @@ bool BaseWriter::FlushFile()
 {
     if (m_file == nullptr)
         return !HasFailed();
-    if (ferror(m_file) == 0 && fflush(m_file) != 0)
-        Fail("write", m_filePath, strerror(errno));
-    return ferror(m_file) == 0;
+    fflush(m_file);
+    const int error = m_writeBehind.Error();
+    if (error != 0)
+        Fail("write", m_filePath, strerror(error));
+    return error == 0;
+}
+
+bool BaseWriter::SettleFile()
+{
+    FlushFile();
+    if (m_file != nullptr)
+        m_writeBehind.Drain();
+    return FlushFile();
+}
+
+uint64_t BaseWriter::WrittenUpTo()
+{
+    return m_writeBehind.WrittenUpTo();
 }
 
 void BaseWriter::CutBackTo(uint64_t position)
@@ -199,9 +212,7 @@ void BaseWriter::CutBackTo(uint64_t position)
     // What could not be written is still buffered and would be tried again, in the wrong place.
     __fpurge(m_file);
     clearerr(m_file);
-    // A device cannot be cut, but neither does it keep anything. The first failure is told already.
-    [[maybe_unused]] const int cut = ftruncate(fileno(m_file), static_cast<off_t>(position));
-    fseeko64(m_file, static_cast<off64_t>(position), SEEK_SET);
+    m_writeBehind.CutBackTo(position);
 }
 
 void BaseWriter::Fail(const char* operation, const std::string& path, const std::string& reason)

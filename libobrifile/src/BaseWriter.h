@@ -1,6 +1,7 @@
 #pragma once
 
 #include "IFileWriterAttributesProvider.h"
+#include "WriteBehindFile.h"
 
 #include <cstdint>
 #include <cstdio>
@@ -11,10 +12,11 @@ namespace libobrifile {
 /// The life of a recording, common to all formats, and the little-endian primitives they write with.
 ///
 /// Order of use: construct, SetRecordGpsStatusFilePath if wanted, the format's own create operation,
-/// StartRecording, RecordFrame once a frame, StopRecording, destroy. One thread at a time.
+/// StartRecording, RecordFrame once a frame, StopRecording, destroy. One thread at a time; the file is written by
+/// another, so that RecordFrame returns before the disk has the frame. StopRecording waits for the disk.
 ///
 /// A failure (the file cannot be opened, a write falls short) is kept, never printed: HasFailed() and
-/// GetFailureText() tell it. The first failed write stops the recording; what stays in the file is whole.
+/// GetFailureText() tell it. The first failed write that is seen stops the recording; what stays in the file is whole.
 class BaseWriter {
 public:
     /// @param provider borrowed for the life of the writer.
@@ -35,9 +37,10 @@ public:
     virtual void StartRecording();
     /// Writes the trailer and closes the files. Harmless when not recording.
     virtual void StopRecording();
-    /// Frames recorded since StartRecording.
+    /// Frames recorded since StartRecording. After a failure: those that the file has.
     virtual uint32_t GetFrameNr();
-    /// Records one frame. A failed write stops the recording; the failed frame leaves no trace.
+    /// Records one frame. A failed write, of this frame or of an earlier one, stops the recording; frames that are
+    /// not whole in the file leave no trace.
     /// @param frameData length bytes of pixels, borrowed for the call.
     /// @param datetime  the frame's time in 100 ns since 0001-01-01.
     virtual void RecordFrame(uint8_t* frameData, uint64_t length, uint64_t datetime);
@@ -68,12 +71,17 @@ public:
     const std::string& GetFailureText() const { return m_failureText; }
 
 protected:
-    /// Hands what is buffered to the system and tells the position; 0 without a file.
+    /// Hands over what is buffered and tells the position; 0 without a file.
     uint64_t GetCurPosition();
-    /// Hands what is buffered to the system and goes to a position counted from the file's start.
+    /// Hands over what is buffered and goes to a position counted from the file's start.
     void SetCurPosition(uint64_t p);
-    /// Hands what is buffered to the system. False when it, or any write since the last CutBackTo, failed.
+    /// Hands over what is buffered, without waiting for the disk. False when a write failed since the last CutBackTo:
+    /// one of what was handed over at any time since then.
     bool FlushFile();
+    /// Hands over what is buffered and waits until the file has it. False as FlushFile.
+    bool SettleFile();
+    /// Position up to which the file has everything. After a failure: where it happened.
+    uint64_t WrittenUpTo();
     /// Drops what is buffered and everything in the file from position on; writing goes on there.
     void CutBackTo(uint64_t position);
     /// Keeps the first failure: "Failed to <operation> <path> (<reason>)".
@@ -88,7 +96,7 @@ protected:
     uint32_t m_w;
     uint32_t m_h;
     uint8_t m_nativeBitsPerPixel;
-    FILE* m_file; // null before CreateBaseFile and after StopRecording
+    FILE* m_file; // a stream of m_writeBehind; null before CreateBaseFile and after StopRecording
     bool m_recording;
     uint32_t m_frameNr;
     uint32_t m_lastCamFrameNr;
@@ -96,6 +104,7 @@ protected:
 
 private:
     std::string m_failureText;
+    WriteBehindFile m_writeBehind;
 };
 
 } // namespace libobrifile

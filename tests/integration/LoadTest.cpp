@@ -69,14 +69,12 @@ std::vector<SLoad> loads()
 /// A frame that found no buffer, and how the program was doing then, as the camera's log tells it. Times in ns.
 struct SLostFrame {
     uint32_t id = 0;
-    int64_t behind = 0;  ///< since the first frame was due that the program has not been level with since
-    int64_t handled = 0; ///< frames the program gave back in that
-    int64_t ran = 0;     ///< processor time it used in that
-    int64_t gap = 0;     ///< the longest it was kept from running in that
-    char state = 0;      ///< what it was doing; 0: the frame was lost for another reason
-
+    int64_t behind = 0;    ///< since the first frame was due that the program has not been level with since
+    int64_t handled = 0;   ///< frames the program gave back in that
+    int64_t ran = 0;       ///< processor time it used in that
+    int64_t gap = 0;       ///< the longest it was kept from running in that
+    char state = 0;        ///< what it was doing; 0: the frame was lost for another reason
     std::string line = {}; ///< of the log
-    int64_t kept() const { return behind - ran; }
 };
 
 std::ostream& operator<<(std::ostream& stream, const SLostFrame& frame)
@@ -101,36 +99,47 @@ std::vector<SLostFrame> lostFrames(const std::vector<std::string>& log, std::pai
     return lost;
 }
 
-/// Frames that were not lost because the program was kept from running.
+/// Frames that were lost for another reason than the wait for a processor.
 ///
-/// The camera has five buffers. A program that needs less than a period for a frame loses one only when it was kept
-/// from running for those five periods, less what it ran for the frame in hand. One that is too slow shows it in what
-/// it ran for the frames it handled, beyond what five buffers even out; one that waits for the stalled main loop
-/// sleeps.
+/// The camera has five buffers: a program that needs a fraction of a period for a frame loses one only when it is kept
+/// from its work for about five periods. It waits for a processor then, or for a thread that does (R, S); what its
+/// clock shows beyond the cost of the frames is time of interrupts and of the machine below, which is counted as its
+/// own: beside such a writer, a thread that does nothing but read that clock sees it jump by up to 2.6 ms. One that
+/// is too slow runs for longer than five buffers even out; one that waits for a disk is in D; one that waits for the
+/// stalled main loop sleeps.
 std::vector<SLostFrame> unexplained(std::vector<SLostFrame> lost, int64_t periodNs)
 {
     std::erase_if(lost, [=](const SLostFrame& frame) {
         const bool isTooSlow = frame.ran > (frame.handled + 5) * periodNs;
         const bool isAsleep = frame.state == 'S' && frame.behind > sStallMs * int64_t{1'000'000} / 2;
-        return frame.state != 0 && frame.kept() > 4 * periodNs && !isTooSlow && !isAsleep;
+        return (frame.state == 'R' || frame.state == 'S') && !isTooSlow && !isAsleep;
     });
     return lost;
 }
 
+/// Processor time in ns that the program's thread of a name has used.
+int64_t processorTime(const Program& program, const std::string& thread)
+{
+    int64_t used = 0;
+    for (const auto& task :
+         std::filesystem::directory_iterator("/proc/" + std::to_string(program.processId()) + "/task"))
+        if (contentsOf(task.path() / "comm") == thread + "\n")
+            std::istringstream(contentsOf(task.path() / "schedstat")) >> used;
+    return used;
+}
+
 void printLosses(const std::vector<SLostFrame>& lost, int64_t periodNs)
 {
-    int64_t gap = 0, kept = 0;
-    size_t single = 0;
+    int64_t longest = 0;
+    size_t single = 0, several = 0;
     std::map<char, int> states;
     for (const SLostFrame& frame : lost) {
-        gap = std::max(gap, frame.gap);
-        kept = std::max(kept, frame.kept());
-        single += frame.gap > 5 * periodNs;
+        longest = std::max(longest, frame.gap);
+        ++(frame.gap > 5 * periodNs ? single : several);
         ++states[frame.state];
     }
-    printf("lost frames: %zu, %zu of them with one gap longer than five periods; longest gap %.1f ms, "
-           "longest time kept from running %.1f ms; state",
-           lost.size(), single, static_cast<double>(gap) / 1e6, static_cast<double>(kept) / 1e6);
+    printf("lost frames: %zu in one gap longer than five periods, the longest %.1f ms; %zu in several; state", single,
+           static_cast<double>(longest) / 1e6, several);
     for (const auto& [state, count] : states)
         printf(" %c %d", state, count);
     puts("");
@@ -172,41 +181,35 @@ TEST_P(Load, LosesNothingThatWasSentAndCountsWhatWasNot)
     ASSERT_NO_FATAL_FAILURE(setExposure(program, load.exposureMs));
 
     uint64_t written = 0;
+    int64_t used = 0;
     {
         const std::jthread writer(writeBeside, program.folder() / "other-program.dat", &written);
         ASSERT_NO_FATAL_FAILURE(startRecording(program));
+        used = -processorTime(program, "streaming");
         ASSERT_TRUE(program.waitForMoreFrames(sStallCountdown));
         std::ofstream(program.folder() / "stall-now").flush();
         std::this_thread::sleep_for(Seconds(load.seconds));
         EXPECT_FALSE(std::filesystem::exists(program.folder() / "stall-now")) << "the main loop never stood still";
+        used += processorTime(program, "streaming");
         ASSERT_NO_FATAL_FAILURE(stopRecording(program));
     }
     quit(program);
 
-    const auto camera = parseFrameLog(program.frameLog());
-    const auto recording = program.folder() / "recording.adv";
-    EXPECT_THAT(differences(recording, camera), IsEmpty());
-    const SHeld held = framesHeld(recording, camera);
-    printFigures(load, held, camera, written);
-    EXPECT_EQ(held.missing, 0u);
-    EXPECT_EQ(lossToldBy(program), held.lostByCamera);
+    const SHeld held = judgeRecording(program);
+    printFigures(load, held, parseFrameLog(program.frameLog()), written);
+    const int64_t cost = used / static_cast<int64_t>(std::max<size_t>(held.frames, 1));
+    printf("load %s: %.3f ms of the streaming thread for a frame\n", load.name, static_cast<double>(cost) / 1e6);
+    EXPECT_GT(cost, 0) << "no thread of the name";
     if (load.mayLose && held.span) {
         const auto lost = lostFrames(program.frameLog(), *held.span);
         EXPECT_EQ(lost.size(), held.lostByCamera);
         const int64_t period = 1'000'000'000 / load.framesPerSecond;
         printLosses(lost, period);
-        const auto strange = unexplained(lost, period);
-        // Within seconds, a frame whose write the other program's holds up for two milliseconds decides: such a loss is
-        // told in the short form, and judged on a machine with nothing else to do.
-        if (!strange.empty() && (!isNightly() || isBusyElsewhere()))
-            GTEST_SKIP() << "not explained by a wait for the processor: " << testing::PrintToString(strange);
-        EXPECT_THAT(strange, IsEmpty());
+        EXPECT_LT(cost, period / 2);
+        EXPECT_THAT(unexplained(lost, period), IsEmpty());
     }
-    if (load.mayLose)
-        return;
-    if (held.lostByCamera > 0 && isBusyElsewhere())
-        GTEST_SKIP() << "the machine is busy elsewhere";
-    EXPECT_EQ(held.lostByCamera, 0u);
+    if (!load.mayLose)
+        expectNoneLost(held);
 }
 
 INSTANTIATE_TEST_SUITE_P(Rate, Load, testing::ValuesIn(loads()), testing::PrintToStringParamName());

@@ -1,5 +1,6 @@
 #include "Observing.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -161,4 +162,22 @@ std::optional<size_t> lossToldBy(const Program& program)
     if (!std::regex_search(log, words, std::regex("Recording ended: .* s, (\\d+) lost")))
         return std::nullopt;
     return std::stoul(words[1]);
+}
+
+SHeld judgeRecording(const Program& program)
+{
+    const auto camera = parseFrameLog(program.frameLog());
+    const auto recording = program.folder() / "recording.adv";
+    EXPECT_THAT(differences(recording, camera), testing::IsEmpty());
+    const SHeld held = framesHeld(recording, camera);
+    EXPECT_EQ(held.missing, 0u);
+    EXPECT_EQ(lossToldBy(program), held.lostByCamera);
+    return held;
+}
+
+void expectNoneLost(const SHeld& held)
+{
+    if (held.lostByCamera > 0 && isBusyElsewhere())
+        GTEST_SKIP() << held.lostByCamera << " frames lost, but the machine is busy elsewhere";
+    EXPECT_EQ(held.lostByCamera, 0u) << "no buffer was free";
 }

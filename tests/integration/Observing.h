@@ -64,3 +64,9 @@ std::vector<std::filesystem::path> filesIn(const std::filesystem::path& folder, 
 size_t countLines(const std::string& text, const std::string& phrase);
 /// Frames lost by the program's own count, as its log tells after a recording; none when it does not.
 std::optional<size_t> lossToldBy(const Program& program);
+
+/// Holds the program's "recording.adv" against the camera's log: expects every frame that was sent between the first
+/// and the last to be in it as it was sent, and the program to have counted those that were not sent.
+SHeld judgeRecording(const Program& program);
+/// Expects that the camera had a buffer for each frame; on a machine that is busy elsewhere the test is skipped then.
+void expectNoneLost(const SHeld& held);

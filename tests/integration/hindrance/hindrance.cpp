@@ -1,12 +1,14 @@
 // Loaded into the program under test ahead of the C library:
-//   OBRI_TEST_SLOW_DISK=EVERY,MS   each EVERY-th block of pixels written to recording.adv takes MS longer
+//   OBRI_TEST_SLOW_DISK=WORKS,MS   recording.adv: the disk stands still for MS after each WORKS milliseconds of work
 //   OBRI_TEST_STALL=FILE,MS        once FILE exists, the main loop stands still for MS, and FILE is removed
 #include <dlfcn.h>
+#include <fcntl.h>
 #include <poll.h>
 #include <unistd.h>
 
 #include <atomic>
 #include <chrono>
+#include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -16,10 +18,9 @@
 
 namespace {
 
-constexpr size_t sSmallestPixelBlock = 4096; // all other fields of a record are shorter
+using Clock = std::chrono::steady_clock;
 
-std::atomic<FILE*> sRecording{nullptr};
-std::atomic<int> sBlocks{0};
+std::atomic<int> sRecording{-1};
 
 template <class T>
 T* next(const char* name)
@@ -27,14 +28,17 @@ T* next(const char* name)
     return reinterpret_cast<T*>(dlsym(RTLD_NEXT, name));
 }
 
+/// One thread writes the recording.
 struct SSlowDisk {
-    int every = 0;
+    int works = 0;
     int ms = 0;
+    Clock::time_point workEnds;
 
     SSlowDisk()
     {
         if (const char* text = getenv("OBRI_TEST_SLOW_DISK"))
-            sscanf(text, "%d,%d", &every, &ms);
+            sscanf(text, "%d,%d", &works, &ms);
+        workEnds = Clock::now() + std::chrono::milliseconds(works);
     }
 };
 
@@ -69,25 +73,28 @@ void stallWhenAsked()
 
 extern "C" {
 
-FILE* fopen64(const char* path, const char* mode)
+int open64(const char* path, int flags, ...)
 {
-    static auto* const sNext = next<FILE*(const char*, const char*)>("fopen64");
-    FILE* file = sNext(path, mode);
+    static auto* const sNext = next<int(const char*, int, ...)>("open64");
+    va_list more;
+    va_start(more, flags);
+    const int file = sNext(path, flags, flags & O_CREAT ? va_arg(more, mode_t) : 0);
+    va_end(more);
     if (std::string_view(path) == "recording.adv")
         sRecording.store(file);
     return file;
 }
 
-size_t fwrite(const void* data, size_t size, size_t count, FILE* file)
+ssize_t pwrite64(int file, const void* data, size_t length, off64_t position)
 {
-    static auto* const sNext = next<size_t(const void*, size_t, size_t, FILE*)>("fwrite");
-    static const SSlowDisk sDisk;
-    if (sDisk.every > 0 && file == sRecording.load() && size * count >= sSmallestPixelBlock &&
-        ++sBlocks % sDisk.every == 0) {
-        fputs("hindrance: a slow block\n", stderr);
+    static auto* const sNext = next<ssize_t(int, const void*, size_t, off64_t)>("pwrite64");
+    static SSlowDisk sDisk;
+    if (sDisk.ms > 0 && file == sRecording.load() && Clock::now() > sDisk.workEnds) {
+        fputs("hindrance: the disk stands still\n", stderr);
         sleepFor(sDisk.ms);
+        sDisk.workEnds = Clock::now() + std::chrono::milliseconds(sDisk.works);
     }
-    return sNext(data, size, count, file);
+    return sNext(file, data, length, position);
 }
 
 int poll(pollfd* fds, nfds_t count, int timeout)

@@ -1,0 +1,208 @@
+#include "WriteBehindFile.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <csignal>
+#include <cstring>
+#include <fcntl.h>
+#include <pthread.h>
+#include <sys/mman.h>
+#include <system_error>
+#include <unistd.h>
+#include <utility>
+
+namespace libobrifile {
+
+namespace {
+constexpr size_t sLongestWrite = 1 << 20; // bytes; the room they had is free again after each
+constexpr mode_t sModeOfNewFiles = 0666;  // less what the user's mask takes
+
+struct SWritten {
+    size_t bytes;
+    int error; ///< 0 when they are all
+};
+
+SWritten writeAll(int file, const char* bytes, size_t length, uint64_t position)
+{
+    size_t done = 0;
+    while (done < length) {
+        const ssize_t n = pwrite64(file, bytes + done, length - done, static_cast<off64_t>(position + done));
+        if (n > 0)
+            done += static_cast<size_t>(n);
+        else if (n == 0 || errno != EINTR)
+            return {done, n == 0 ? EIO : errno};
+    }
+    return {done, 0};
+}
+
+// Signals are the main thread's, which ends recordings properly.
+void leaveSignalsToOthers()
+{
+    sigset_t all;
+    sigfillset(&all);
+    pthread_sigmask(SIG_BLOCK, &all, nullptr);
+}
+} // namespace
+
+FILE* WriteBehindFile::Open(const std::string& path)
+{
+    if (!Begin(path))
+        return nullptr;
+    constexpr auto takeFrom = [](void* cookie, const char* bytes, size_t length) {
+        return static_cast<ssize_t>(static_cast<WriteBehindFile*>(cookie)->Take(bytes, length));
+    };
+    constexpr auto seek = [](void* cookie, off64_t* offset, int whence) {
+        return static_cast<WriteBehindFile*>(cookie)->Seek(offset, whence) ? 0 : -1;
+    };
+    constexpr auto close = [](void* cookie) { return static_cast<WriteBehindFile*>(cookie)->Close() ? 0 : EOF; };
+    FILE* stream = fopencookie(this, "w", {nullptr, takeFrom, seek, close});
+    if (stream == nullptr)
+        Close();
+    return stream;
+}
+
+bool WriteBehindFile::Begin(const std::string& path)
+{
+    m_file = open64(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, sModeOfNewFiles);
+    if (m_file < 0)
+        return false;
+    void* queue =
+        mmap(nullptr, m_queueBytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+    m_queue = queue == MAP_FAILED ? nullptr : static_cast<char*>(queue);
+    m_head = m_queued = m_end = 0;
+    m_error = m_queue == nullptr ? errno : 0;
+    m_isClosing = false;
+    try {
+        if (m_queue != nullptr)
+            m_thread = std::thread(&WriteBehindFile::Run, this);
+    } catch (const std::system_error& failure) {
+        m_error = failure.code().value();
+    }
+    if (!m_thread.joinable())
+        Close();
+    return m_thread.joinable();
+}
+
+bool WriteBehindFile::Close()
+{
+    {
+        const std::lock_guard lock(m_mutex);
+        m_isClosing = true;
+    }
+    m_work.notify_one();
+    if (m_thread.joinable())
+        m_thread.join();
+    if (m_queue != nullptr)
+        munmap(std::exchange(m_queue, nullptr), m_queueBytes);
+    // Some file systems tell of a full disk only here.
+    if (close(std::exchange(m_file, -1)) != 0 && m_error == 0)
+        m_error = errno;
+    errno = m_error;
+    return m_error == 0;
+}
+
+// Copies bytes into the queue. Returns their number, or 0 with errno.
+size_t WriteBehindFile::Take(const char* bytes, size_t length)
+{
+    std::unique_lock lock(m_mutex);
+    for (size_t taken = 0; taken < length;) {
+        m_room.wait(lock, [this] { return m_queued < m_queueBytes || m_error != 0; });
+        if (m_queued == 0)
+            m_head = 0; // the same memory again, as long as the disk keeps up
+        const size_t at = (m_head + m_queued) % m_queueBytes;
+        const size_t piece = std::min({length - taken, m_queueBytes - m_queued, m_queueBytes - at});
+        lock.unlock(); // nobody else touches what is not queued
+        memcpy(m_queue + at, bytes + taken, piece);
+        lock.lock();
+        if (m_error != 0) {
+            errno = m_error;
+            return 0;
+        }
+        m_queued += piece;
+        m_end += piece;
+        taken += piece;
+        m_work.notify_one();
+    }
+    return length;
+}
+
+// The queue holds what belongs together in the file: elsewhere is where an empty queue goes on.
+bool WriteBehindFile::Seek(off64_t* offset, int whence)
+{
+    std::unique_lock lock(m_mutex);
+    const auto here = static_cast<off64_t>(m_end);
+    const off64_t target = whence == SEEK_CUR ? here + *offset : *offset;
+    if (whence == SEEK_END || target < 0) {
+        errno = EINVAL;
+        return false;
+    }
+    if (target != here) {
+        WaitUntilIdle(lock);
+        m_end = static_cast<uint64_t>(target);
+    }
+    *offset = target;
+    return true;
+}
+
+bool WriteBehindFile::Drain()
+{
+    std::unique_lock lock(m_mutex);
+    WaitUntilIdle(lock);
+    errno = m_error;
+    return m_error == 0;
+}
+
+int WriteBehindFile::Error()
+{
+    const std::lock_guard lock(m_mutex);
+    return m_error;
+}
+
+uint64_t WriteBehindFile::WrittenUpTo()
+{
+    const std::lock_guard lock(m_mutex);
+    return m_end - m_queued;
+}
+
+void WriteBehindFile::CutBackTo(uint64_t position)
+{
+    std::unique_lock lock(m_mutex);
+    WaitUntilIdle(lock);
+    // A device cannot be cut, but neither does it keep anything.
+    [[maybe_unused]] const int cut = ftruncate64(m_file, static_cast<off64_t>(position));
+    m_end = position;
+    m_error = 0;
+}
+
+void WriteBehindFile::WaitUntilIdle(std::unique_lock<std::mutex>& lock)
+{
+    m_room.wait(lock, [this] { return m_queued == 0; });
+}
+
+void WriteBehindFile::Run()
+{
+    pthread_setname_np(pthread_self(), "write-behind");
+    leaveSignalsToOthers();
+    std::unique_lock lock(m_mutex);
+    for (;;) {
+        m_work.wait(lock, [this] { return m_queued > 0 || m_isClosing; });
+        if (m_queued == 0)
+            return;
+        const size_t piece = std::min({m_queued, m_queueBytes - m_head, sLongestWrite});
+        const char* const bytes = m_queue + m_head;
+        const uint64_t position = m_end - m_queued;
+        lock.unlock(); // the writer of the stream changes nothing that is queued
+        const auto [written, error] = writeAll(m_file, bytes, piece, position);
+        lock.lock();
+        m_head = (m_head + written) % m_queueBytes;
+        m_queued -= written;
+        if (error != 0) {
+            m_error = error;
+            m_end -= m_queued;
+            m_queued = 0;
+        }
+        m_room.notify_one();
+    }
+}
+
+} // namespace libobrifile
