@@ -53,7 +53,7 @@ TEST_F(FrameRecording, EveryTakerGetsTheCorrectedAndStampedFrame)
     const std::string bytes(reinterpret_cast<const char*>(processor.decoded()), 2 * pixels.size());
     EXPECT_NE(recording().find(bytes), std::string::npos);
     EXPECT_EQ(pixelInFile(filesIn("fits").begin()->second), 0);
-    const auto stamp = sPretended.preview.begin();
+    const uint32_t* stamp = sPretended.preview;
     EXPECT_GT(std::count(stamp, stamp + 16 * cam.w, 0xFFFFFFu), 100); // white, and not marked for overflow
 }
 

@@ -19,9 +19,8 @@ struct SPretended {
     bool hasBuffer = true;
     int bytesUsed = 0;
     int released = 0, histograms = 0;
-    std::vector<uint32_t> preview;
+    const uint32_t* preview = nullptr; ///< the frame processor's own
     bool previewFails = false;
-    size_t previewPixels = 0;
 };
 inline SPretended sPretended;
 
@@ -33,7 +32,7 @@ inline const SFrameDevice sPretendedDevice{[](int, SVideoMemory*, void** frame) 
                                            [](uint32_t* frame, int) {
                                                if (sPretended.previewFails)
                                                    throw std::bad_alloc();
-                                               sPretended.preview.assign(frame, frame + sPretended.previewPixels);
+                                               sPretended.preview = frame;
                                            },
                                            [] { ++sPretended.histograms; }};
 
@@ -76,11 +75,7 @@ protected:
         for (int i = 0; i < count; ++i)
             process();
     }
-    void process()
-    {
-        sPretended.previewPixels = static_cast<size_t>(std::max(cam.w * cam.h, 0));
-        processor.ProcessFrame(&cam);
-    }
+    void process() { processor.ProcessFrame(&cam); }
     uint32_t previewAt(int x, int y) const { return sPretended.preview[static_cast<size_t>(y * cam.w + x)]; }
 
     template <class Action>
