@@ -25,10 +25,11 @@ struct SCase {
 
 /// Everything that the stages leave behind.
 struct SOutcome {
-    std::vector<uint16_t> frame, profile;
+    explicit SOutcome(size_t area) : frame(area), rgb(area) {}
+    std::vector<uint16_t> frame, profile = std::vector<uint16_t>(33);
     std::vector<uint32_t> rgb;
-    std::vector<uint64_t> bins;
-    uint32_t mean;
+    std::vector<uint64_t> bins = std::vector<uint64_t>(1024);
+    uint32_t mean = 0;
     bool operator==(const SOutcome&) const = default;
 };
 
@@ -56,12 +57,6 @@ SCase caseOf(const uint8_t* data, size_t size)
     return c;
 }
 
-SOutcome emptyOutcome(const SCase& c)
-{
-    return {std::vector<uint16_t>(c.area()), std::vector<uint16_t>(33), std::vector<uint32_t>(c.area()),
-            std::vector<uint64_t>(1024), 0};
-}
-
 const std::vector<uint32_t> sCurve = [] {
     std::vector<uint32_t> colours(65536);
     for (uint32_t i = 0; i < colours.size(); ++i)
@@ -71,7 +66,7 @@ const std::vector<uint32_t> sCurve = [] {
 
 SOutcome processed(SCase& c)
 {
-    SOutcome out = emptyOutcome(c);
+    SOutcome out(c.area());
     FrameProcessing frame(c.width, c.height, c.isCompressed, out.frame.data(), c.dark.data(), c.flat.data());
     frame.DecodeFrame(c.raw.data());
     out.mean = frame.m_mean;
@@ -85,7 +80,7 @@ SOutcome processed(SCase& c)
 
 SOutcome expected(SCase& c)
 {
-    SOutcome out = emptyOutcome(c);
+    SOutcome out(c.area());
     PixelReference frame(c.width, c.height, c.isCompressed, out.frame.data(), c.dark.data(), c.flat.data());
     frame.decode(c.raw.data());
     out.mean = frame.m_mean;

@@ -5,9 +5,8 @@
 #include "lag1_compressor.h"
 #include "Require.h"
 
-#include <cstring>
 #include <iterator>
-#include <memory>
+#include <map>
 #include <vector>
 
 using libobrifile::Compressor;
@@ -24,21 +23,7 @@ void expectReversible(Compressor& compressor, std::vector<uint16_t>& image, std:
     require(compressor.TryDecompress(block, again.data(), &used) && used == size && again == image);
 }
 
-struct SSize {
-    int width, height;
-};
-constexpr SSize sSizes[] = {{1, 1}, {8, 8}, {5, 4}, {16, 4}, {32, 16}, {64, 64}};
-constexpr size_t sSizeCount = std::size(sSizes);
-
-// Reused, as a recording does: an instance's tables are large, and what one image leaves in them must
-// not reach the next.
-Compressor& compressorOf(size_t size)
-{
-    static std::unique_ptr<Compressor> compressors[sSizeCount];
-    if (!compressors[size])
-        compressors[size] = std::make_unique<Compressor>(sSizes[size].width, sSizes[size].height);
-    return *compressors[size];
-}
+constexpr std::pair<int, int> sSizes[] = {{1, 1}, {8, 8}, {5, 4}, {16, 4}, {32, 16}, {64, 64}};
 
 } // namespace
 
@@ -46,8 +31,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
     if (size == 0)
         return 0;
-    const auto [width, height] = sSizes[data[0] % sSizeCount];
-    Compressor& compressor = compressorOf(data[0] % sSizeCount);
+    const auto [width, height] = sSizes[data[0] % std::size(sSizes)];
+    // Reused, as a recording does: what one image leaves in an instance's tables must not reach the next.
+    static std::map<int, Compressor> sCompressors;
+    Compressor& compressor = sCompressors.try_emplace(width, width, height).first->second;
     const std::vector<uint8_t> block(data + 1, data + size); // exactly its size: the sanitizer sees its end
     std::vector<uint16_t> image(static_cast<size_t>(width) * static_cast<size_t>(height));
 

@@ -22,24 +22,6 @@ BinaryOverlay leftBehind(int32_t base)
     return overlay;
 }
 
-bool keptItsFields(const BinaryOverlay& overlay)
-{
-    const BinaryOverlay before = leftBehind(0);
-    return overlay.m_frameId == before.m_frameId && overlay.m_fromTime == before.m_fromTime &&
-           overlay.m_dop[4] == before.m_dop[4];
-}
-
-void readEverything(BinaryOverlay& overlay)
-{
-    CameraStatus status;
-    status.UpdateFromBinaryOverlay(&overlay);
-    status.UpdateSystimeFrom(&overlay.m_fromTime);
-    unsigned long fileTime = 0;
-    fileTime100nsFromYmdHms_2010_2058(&fileTime, &overlay.m_fromTime);
-    fileTime100nsFromYmdHms_2010_2058(&fileTime, &overlay.m_toTime);
-    require(overlay.ToString().size() < 512 && overlay.ToString().back() == '\n');
-}
-
 } // namespace
 
 // First byte: words before the row; second: the base found so far; then the words, low byte first.
@@ -48,17 +30,26 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     if (size < 4)
         return 0;
     static constexpr int32_t sBases[] = {0, 1, -2};
-    const size_t words = (size - 2) / 2, before = data[0] % 4;
-    if (words <= before)
+    const size_t words = (size - 2) / 2, ahead = data[0] % 4;
+    if (words <= ahead)
         return 0;
     // A block of exactly the frame's size, so that the address sanitizer sees a step outside.
     const auto frame = std::make_unique<uint16_t[]>(words);
     memcpy(frame.get(), data + 2, words * sizeof(uint16_t));
 
-    BinaryOverlay overlay = leftBehind(sBases[data[1] % 3]);
-    overlay.ParseBinaryOverlay(frame.get() + before, before, words - before);
+    const BinaryOverlay before = leftBehind(sBases[data[1] % 3]);
+    BinaryOverlay overlay = before;
+    overlay.ParseBinaryOverlay(frame.get() + ahead, ahead, words - ahead);
     require(overlay.m_offset == 0 || overlay.m_offset == 1 || overlay.m_offset == -2);
-    require(overlay.m_isValid || keptItsFields(overlay));
-    readEverything(overlay);
+    require(overlay.m_isValid || (overlay.m_frameId == before.m_frameId && overlay.m_fromTime == before.m_fromTime &&
+                                  overlay.m_dop[4] == before.m_dop[4]));
+
+    CameraStatus status;
+    status.UpdateFromBinaryOverlay(&overlay);
+    status.UpdateSystimeFrom(&overlay.m_fromTime);
+    unsigned long fileTime = 0;
+    fileTime100nsFromYmdHms_2010_2058(&fileTime, &overlay.m_fromTime);
+    fileTime100nsFromYmdHms_2010_2058(&fileTime, &overlay.m_toTime);
+    require(overlay.ToString().size() < 512 && overlay.ToString().back() == '\n');
     return 0;
 }
