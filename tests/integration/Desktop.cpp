@@ -4,6 +4,21 @@
 
 #include <stdexcept>
 
+Server::Server(const std::string& command)
+    : m_output(popen(("echo $$; exec env -u LD_PRELOAD " + command).c_str(), "re"))
+{
+    char address[256];
+    if (!m_output || fscanf(m_output, "%d %255s", &m_processId, address) != 2)
+        throw std::runtime_error("no answer from " + command);
+    m_address = address;
+}
+
+Server::~Server()
+{
+    kill(m_processId, SIGTERM);
+    pclose(m_output);
+}
+
 Desktop& Desktop::instance()
 {
     static Desktop desktop;
@@ -11,27 +26,12 @@ Desktop& Desktop::instance()
 }
 
 Desktop::Desktop()
+    : m_bus(g_dbus_connection_new_for_address_sync(
+          busAddress().c_str(),
+          static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
+                                            G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION),
+          nullptr, nullptr, nullptr))
 {
-    GObjectHandle<GSubprocessLauncher> launcher(g_subprocess_launcher_new(G_SUBPROCESS_FLAGS_STDOUT_PIPE));
-    g_subprocess_launcher_unsetenv(launcher.get(), "LD_PRELOAD");
-    m_xServer = spawn(launcher.get(),
-                      {"Xvfb", "-displayfd", "1", "-screen", "0", "1366x1100x24", "-nolisten", "tcp", "-noreset"});
-    m_display = ":" + firstLineOf(m_xServer.get());
-    m_busDaemon = spawn(launcher.get(), {"dbus-daemon", "--session", "--nofork", "--nopidfile", "--print-address"});
-    m_busAddress = firstLineOf(m_busDaemon.get());
-    GError* error = nullptr;
-    m_bus.reset(g_dbus_connection_new_for_address_sync(
-        m_busAddress.c_str(),
-        static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
-                                          G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION),
-        nullptr, nullptr, &error));
     if (!m_bus)
-        throw std::runtime_error("session bus: " + errorText(error));
-}
-
-Desktop::~Desktop()
-{
-    g_subprocess_send_signal(m_busDaemon.get(), SIGTERM);
-    g_subprocess_send_signal(m_xServer.get(), SIGTERM);
-    g_subprocess_wait(m_xServer.get(), nullptr, nullptr);
+        throw std::runtime_error("no session bus");
 }

@@ -13,7 +13,7 @@ class SessionManagerFake {
 public:
     SessionManagerFake()
     {
-        m_filter = g_dbus_connection_add_filter(bus(), onMessage, this, nullptr);
+        m_filter = g_dbus_connection_add_filter(bus(), onMessage, &m_inForce, nullptr);
         callBus("RequestName", g_variant_new("(su)", sInterface, 0));
     }
     ~SessionManagerFake()
@@ -31,35 +31,25 @@ private:
 
     static void callBus(const char* method, GVariant* arguments)
     {
-        if (GVariant* answer = g_dbus_connection_call_sync(bus(), "org.freedesktop.DBus", "/org/freedesktop/DBus",
-                                                           "org.freedesktop.DBus", method, arguments, nullptr,
-                                                           G_DBUS_CALL_FLAGS_NONE, -1, nullptr, nullptr))
-            g_variant_unref(answer);
+        g_variant_unref(g_dbus_connection_call_sync(bus(), "org.freedesktop.DBus", "/", "org.freedesktop.DBus", method,
+                                                    arguments, nullptr, G_DBUS_CALL_FLAGS_NONE, -1, nullptr, nullptr));
     }
 
-    /// Answers in the connection's own thread what is meant for us.
-    static GDBusMessage* onMessage(GDBusConnection*, GDBusMessage* message, gboolean isIncoming, void* data)
+    /// Answers in the connection's own thread what is meant for us. The flags of a request are its cookie as well.
+    static GDBusMessage* onMessage(GDBusConnection* bus, GDBusMessage* message, gboolean isIncoming, void* inForce)
     {
-        const char* interface = g_dbus_message_get_interface(message);
-        if (!isIncoming || g_strcmp0(interface, sInterface) != 0)
+        if (!isIncoming || g_strcmp0(g_dbus_message_get_interface(message), sInterface) != 0)
             return message;
+        const bool isRequest = g_strcmp0(g_dbus_message_get_member(message), "Inhibit") == 0;
+        uint32_t flags = 0;
+        g_variant_get_child(g_dbus_message_get_body(message), isRequest ? 3 : 0, "u", &flags);
+        *static_cast<std::atomic<uint32_t>*>(inForce) += isRequest ? flags : 0 - flags;
         const GObjectHandle<GDBusMessage> answer(g_dbus_message_new_method_reply(message));
-        if (GVariant* body = static_cast<SessionManagerFake*>(data)->answer(g_dbus_message_get_member(message),
-                                                                            g_dbus_message_get_body(message)))
-            g_dbus_message_set_body(answer.get(), body);
-        g_dbus_connection_send_message(bus(), answer.get(), G_DBUS_SEND_MESSAGE_FLAGS_NONE, nullptr, nullptr);
+        if (isRequest)
+            g_dbus_message_set_body(answer.get(), g_variant_new("(u)", flags));
+        g_dbus_connection_send_message(bus, answer.get(), G_DBUS_SEND_MESSAGE_FLAGS_NONE, nullptr, nullptr);
         g_object_unref(message);
         return nullptr;
-    }
-
-    /// The flags of a request are its cookie as well.
-    GVariant* answer(const std::string& method, GVariant* arguments)
-    {
-        const bool isRequest = method == "Inhibit";
-        uint32_t flags = 0;
-        g_variant_get_child(arguments, isRequest ? 3 : 0, "u", &flags);
-        m_inForce += isRequest ? flags : 0 - flags;
-        return isRequest ? g_variant_new("(u)", flags) : nullptr;
     }
 
     guint m_filter = 0;

@@ -1,8 +1,10 @@
 #include "Program.h"
 
 #include <signal.h>
+#include <spawn.h>
 #include <stdlib.h>
 #include <sys/wait.h>
+#include <unistd.h>
 #include <X11/Xlib.h>
 
 #include <algorithm>
@@ -23,36 +25,17 @@ std::vector<std::string> entriesOf(const std::filesystem::path& log)
     return lines;
 }
 
-std::filesystem::path temporaryFolder()
-{
-    std::string pattern = std::filesystem::temp_directory_path() / "obri-camctl-test-XXXXXX";
-    if (!mkdtemp(pattern.data()))
-        throw std::runtime_error("no temporary folder");
-    return pattern;
-}
-
 /// Where numbers have decimal commas, the clock is far from UTC, and nobody but us looks on.
-GObjectHandle<GSubprocessLauncher> launcherFor(const Program::SOptions& options, const std::filesystem::path& folder)
+std::vector<std::string> environmentOf(const Program::SOptions& options)
 {
-    GObjectHandle<GSubprocessLauncher> launcher(g_subprocess_launcher_new(G_SUBPROCESS_FLAGS_NONE));
-    g_subprocess_launcher_set_cwd(launcher.get(), folder.c_str());
-    g_subprocess_launcher_set_stdout_file_path(launcher.get(), (folder / "stdout.txt").c_str());
-    g_subprocess_launcher_set_stderr_file_path(launcher.get(), (folder / "stderr.txt").c_str());
-    for (const char* name : {"DISPLAY", "WAYLAND_DISPLAY"})
-        g_subprocess_launcher_unsetenv(launcher.get(), name);
-    const auto set = [&](const std::string& name, const std::string& value) {
-        g_subprocess_launcher_setenv(launcher.get(), name.c_str(), value.c_str(), TRUE);
-    };
+    std::vector<std::string> variables{"NO_AT_BRIDGE=1", "LOCPATH=" OBRI_LOCALES, "LC_NUMERIC=de_DE.UTF-8",
+                                       "TZ=Pacific/Auckland",
+                                       "DBUS_SESSION_BUS_ADDRESS=" + Desktop::instance().busAddress()};
     if (options.withDisplay)
-        set("DISPLAY", Desktop::instance().display());
-    set("DBUS_SESSION_BUS_ADDRESS", Desktop::instance().busAddress());
-    set("NO_AT_BRIDGE", "1");
-    set("LOCPATH", OBRI_LOCALES);
-    set("LC_NUMERIC", "de_DE.UTF-8");
-    set("TZ", "Pacific/Auckland");
+        variables.push_back("DISPLAY=" + Desktop::instance().display());
     for (const auto& [name, value] : options.environment)
-        set(name, value);
-    return launcher;
+        variables.push_back(name + "=" + value);
+    return variables;
 }
 
 using VariantHandle = std::unique_ptr<GVariant, decltype(&g_variant_unref)>;
@@ -66,12 +49,16 @@ VariantHandle callWindow(const char* method, GVariant* arguments)
     return {answer, g_variant_unref};
 }
 
-/// Starts xdotool on the display of the tests.
-GObjectHandle<GSubprocess> xdotool(GSubprocessFlags output, const std::vector<std::string>& words)
+/// What xdotool prints, on the display of the tests. Throws when it fails.
+std::string xdotool(const std::string& words)
 {
-    const GObjectHandle<GSubprocessLauncher> launcher(g_subprocess_launcher_new(output));
-    g_subprocess_launcher_setenv(launcher.get(), "DISPLAY", Desktop::instance().display().c_str(), TRUE);
-    return spawn(launcher.get(), words);
+    FILE* output = popen(("DISPLAY=" + Desktop::instance().display() + " xdotool " + words).c_str(), "re");
+    std::string text;
+    for (int c; (c = fgetc(output)) != EOF;)
+        text += static_cast<char>(c);
+    if (pclose(output) != 0)
+        throw std::runtime_error("xdotool cannot " + words);
+    return text;
 }
 
 } // namespace
@@ -104,15 +91,24 @@ std::vector<std::string> linesOf(const std::string& text)
     return lines;
 }
 
-Program::Program(SOptions options) : m_folder(temporaryFolder())
+Program::Program(const SOptions& options)
 {
+    std::string folder = std::filesystem::temp_directory_path() / "obri-camctl-test-XXXXXX";
+    m_folder = mkdtemp(folder.data());
     if (options.prepare)
         options.prepare(m_folder);
-    std::vector<std::string> words{OBRI_SIMCAM, "--command-log", "commands.txt", "--frame-log", "frames.txt"};
+    std::vector<std::string> words = environmentOf(options);
+    words.insert(words.end(), {OBRI_SIMCAM, "--command-log", "commands.txt", "--frame-log", "frames.txt"});
     words.insert(words.end(), options.simulator.begin(), options.simulator.end());
     words.insert(words.end(), {"--", OBRI_CAMCTL});
     words.insert(words.end(), options.arguments.begin(), options.arguments.end());
-    m_process = spawn(launcherFor(options, m_folder).get(), words);
+    std::string command =
+        "cd " + folder + " && exec env -u DISPLAY -u WAYLAND_DISPLAY </dev/null >stdout.txt 2>stderr.txt";
+    for (const std::string& word : words)
+        command += " '" + word + "'";
+    const char* const shell[] = {"sh", "-c", command.c_str(), nullptr};
+    if (posix_spawnp(&m_process, shell[0], nullptr, nullptr, const_cast<char**>(shell), environ) != 0)
+        throw std::runtime_error("cannot start " + command);
 }
 
 Program::~Program()
@@ -141,11 +137,6 @@ std::vector<std::string> Program::cameraCommands() const
         if (line.size() >= 14)
             commands.push_back(line.substr(line.size() - 14));
     return commands;
-}
-
-std::vector<std::string> Program::frameLog() const
-{
-    return entriesOf(m_folder / "frames.txt");
 }
 
 bool Program::waitForWindow()
@@ -186,40 +177,28 @@ bool Program::isEnabled(const std::string& action) const
     return enabled;
 }
 
-bool Program::waitUntilEnabled(const std::string& action) const
+std::vector<std::string> Program::frameLog() const
 {
-    return waitFor([&] { return isEnabled(action); });
+    return entriesOf(m_folder / "frames.txt");
 }
 
-void Program::runXdotool(const std::vector<std::string>& words) const
+unsigned long Program::windowId()
 {
-    std::vector<std::string> all{"xdotool", "windowfocus", "--sync", std::to_string(windowId())};
-    all.insert(all.end(), words.begin(), words.end());
-    if (!g_subprocess_wait_check(xdotool(G_SUBPROCESS_FLAGS_STDOUT_SILENCE, all).get(), nullptr, nullptr))
-        throw std::runtime_error("xdotool cannot " + words.front());
-}
-
-void Program::key(const std::string& keys)
-{
-    runXdotool({"key", "--delay", "30", keys});
-}
-
-unsigned long Program::windowId() const
-{
-    constexpr auto sOutput =
-        static_cast<GSubprocessFlags>(G_SUBPROCESS_FLAGS_STDOUT_PIPE | G_SUBPROCESS_FLAGS_STDERR_SILENCE);
     // The search trips over a tooltip or a list that vanishes while it looks at it.
-    for (int attempt = 0; m_windowId == 0 && attempt < 20; ++attempt) {
+    for (int attempt = 0; m_windowId == 0 && attempt < 20; ++attempt)
         try {
-            const auto search = xdotool(sOutput, {"xdotool", "search", "--onlyvisible", "--name", "OBRI Cam Control"});
-            m_windowId = std::stoul(firstLineOf(search.get()));
+            m_windowId = std::stoul(xdotool("search --onlyvisible --name 'OBRI Cam Control' 2>/dev/null"));
         } catch (const std::exception&) {
             std::this_thread::sleep_for(std::chrono::milliseconds(100));
         }
-    }
     if (m_windowId == 0)
         throw std::runtime_error("no window");
     return m_windowId;
+}
+
+void Program::use(const std::string& words)
+{
+    xdotool("windowfocus --sync " + std::to_string(windowId()) + " " + words);
 }
 
 void Program::closeWindow()
@@ -246,31 +225,24 @@ void Program::selectRow(const std::string& mnemonic, int row)
         key("Down");
 }
 
-void Program::type(const std::string& text)
-{
-    runXdotool({"type", "--delay", "30", text});
-}
-
 void Program::drag(int x, int y, int dx, int dy)
 {
-    const std::string window = std::to_string(windowId());
-    runXdotool({"mousemove", "--window", window, std::to_string(x), std::to_string(y), "mousedown", "1",
-                "mousemove_relative", "--", std::to_string(dx / 2), std::to_string(dy / 2), "mousemove_relative", "--",
-                std::to_string(dx - dx / 2), std::to_string(dy - dy / 2), "mouseup", "1"});
+    const auto pair = [](int a, int b) { return std::to_string(a) + " " + std::to_string(b) + " "; };
+    use("mousemove --window " + std::to_string(windowId()) + " " + pair(x, y) + "mousedown 1 mousemove_relative -- " +
+        pair(dx / 2, dy / 2) + "mousemove_relative -- " + pair(dx - dx / 2, dy - dy / 2) + "mouseup 1");
 }
 
 void Program::signal(int number)
 {
-    if (const int program = processId(); program > 0)
-        kill(program, number);
-    else
-        g_subprocess_send_signal(m_process.get(), number);
+    const int program = processId();
+    kill(program > 0 ? program : m_process, number);
 }
 
 bool Program::hasEnded() const
 {
-    // The pid is known for as long as the process has not been reaped; the reaping is GLib's own.
-    return g_subprocess_get_identifier(m_process.get()) == nullptr;
+    if (!m_hasEnded)
+        m_hasEnded = waitpid(m_process, &m_status, WNOHANG) == m_process;
+    return m_hasEnded;
 }
 
 bool Program::waitForEnd(Seconds deadline)
@@ -278,15 +250,13 @@ bool Program::waitForEnd(Seconds deadline)
     if (waitFor([this] { return hasEnded(); }, deadline))
         return true;
     signal(SIGKILL);
-    g_subprocess_force_exit(m_process.get());
+    kill(m_process, SIGKILL);
     return false;
 }
 
 int Program::exitStatus() const
 {
-    g_subprocess_wait(m_process.get(), nullptr, nullptr);
-    const int status = g_subprocess_get_status(m_process.get());
-    return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+    return WIFEXITED(m_status) ? WEXITSTATUS(m_status) : 128 + WTERMSIG(m_status);
 }
 
 int Program::processId() const

@@ -37,7 +37,7 @@ public:
         std::function<void(const std::filesystem::path&)> prepare = {};
     };
 
-    explicit Program(SOptions options);
+    explicit Program(const SOptions& options);
     ~Program();
     Program(const Program&) = delete;
     Program& operator=(const Program&) = delete;
@@ -62,15 +62,18 @@ public:
     /// Calls a window action as the menu does.
     void activate(const std::string& action);
     bool isEnabled(const std::string& action) const;
-    bool waitUntilEnabled(const std::string& action) const;
+    bool waitUntilEnabled(const std::string& action) const
+    {
+        return waitFor([&] { return isEnabled(action); });
+    }
     /// Sends keys to the window: "ctrl+q", "Tab".
-    void key(const std::string& keys);
+    void key(const std::string& keys) { use("key --delay 30 " + keys); }
     /// Asks the window to close, as a window manager does.
     void closeWindow();
     /// Focuses a combo box by its mnemonic ("alt+e") and walks to a row.
     void selectRow(const std::string& mnemonic, int row);
     /// Types text into the focused control.
-    void type(const std::string& text);
+    void type(const std::string& text) { use("type --delay 30 " + text); }
     /// Presses the primary button at a point of the window and lets it go after a move.
     void drag(int x, int y, int dx, int dy);
 
@@ -84,10 +87,13 @@ public:
     int processId() const;
 
 private:
-    unsigned long windowId() const;
-    void runXdotool(const std::vector<std::string>& words) const;
+    unsigned long windowId();
+    /// Gives the window the focus and xdotool what to do with it.
+    void use(const std::string& words);
 
     std::filesystem::path m_folder;
-    mutable unsigned long m_windowId = 0; ///< 0: not looked for yet
-    GObjectHandle<GSubprocess> m_process;
+    unsigned long m_windowId = 0; ///< 0: not looked for yet
+    int m_process = 0;            ///< the simulator
+    mutable bool m_hasEnded = false;
+    mutable int m_status = 0;
 };

@@ -15,6 +15,17 @@ int64_t overlayTime(int64_t unixNs)
     return (unixNs / sNsPerMs) * sNsPerMs - sUnixNsOf2010;
 }
 
+/// FNV-1a, 64 bits, over the pixels' little-endian bytes: what the frame log holds.
+uint64_t hashOf(const std::vector<uint16_t>& pixels)
+{
+    uint64_t hash = 0xcbf29ce484222325;
+    for (const uint16_t pixel : pixels) {
+        hash = (hash ^ (pixel & 0xff)) * 0x100000001b3;
+        hash = (hash ^ (pixel >> 8)) * 0x100000001b3;
+    }
+    return hash;
+}
+
 void compareFrame(obriadv::AdvFile& file, size_t n, const SCameraFrame& sent, EPixels expected,
                   std::vector<std::string>& findings)
 {
@@ -53,16 +64,6 @@ std::map<uint32_t, SCameraFrame> parseFrameLog(const std::vector<std::string>& l
     return frames;
 }
 
-uint64_t hashOf(const std::vector<uint16_t>& pixels)
-{
-    uint64_t hash = 0xcbf29ce484222325;
-    for (const uint16_t pixel : pixels) {
-        hash = (hash ^ (pixel & 0xff)) * 0x100000001b3;
-        hash = (hash ^ (pixel >> 8)) * 0x100000001b3;
-    }
-    return hash;
-}
-
 std::vector<std::string> differences(const std::filesystem::path& recording,
                                      const std::map<uint32_t, SCameraFrame>& camera, EPixels pixels)
 {
@@ -78,13 +79,12 @@ std::vector<std::string> differences(const std::filesystem::path& recording,
             continue;
         }
         compareFrame(file, n, sent->second, pixels, findings);
-        if (n == 0)
-            continue;
-        for (uint32_t missing = file.frames()[n - 1].status.cameraFrameId + 1; missing < id; ++missing)
-            if (const auto lost = camera.find(missing); lost != camera.end() && lost->second.sent)
-                findings.push_back("camera frame " + std::to_string(missing) + " was sent and is missing");
-        if (id <= file.frames()[n - 1].status.cameraFrameId)
+        if (n > 0 && id <= file.frames()[n - 1].status.cameraFrameId)
             findings.push_back("frame " + std::to_string(n) + " is out of order");
+        else if (n > 0)
+            for (auto lost = camera.upper_bound(file.frames()[n - 1].status.cameraFrameId); lost != sent; ++lost)
+                if (lost->second.sent)
+                    findings.push_back("camera frame " + std::to_string(lost->first) + " was sent and is missing");
     }
     findings.resize(std::min(findings.size(), size_t{20})); // a fault repeats for every frame
     return findings;
@@ -106,15 +106,12 @@ SHeld framesHeld(const std::filesystem::path& recording, const std::map<uint32_t
 
     obriadv::AdvFile file;
     std::string error = file.open(recording);
-    if (!error.empty()) {
-        held.strangers.push_back(error);
-        return held;
-    }
+    if (!error.empty())
+        return {.strangers = {error}};
     held.frames = file.frames().size();
     std::vector<uint16_t> pixels;
     for (size_t n = 0; n < held.frames; ++n) {
-        const bool isRead = file.readPixels(n, pixels, error);
-        const auto sent = isRead ? idOf.find(hashOf(pixels)) : idOf.end();
+        const auto sent = file.readPixels(n, pixels, error) ? idOf.find(hashOf(pixels)) : idOf.end();
         if (sent == idOf.end() || (held.span && sent->second <= held.span->second))
             held.strangers.push_back("frame " + std::to_string(n));
         else

@@ -24,9 +24,6 @@ struct SCameraFrame {
 /// Every frame the camera made, by its counter. Throws std::runtime_error on a line that is none.
 std::map<uint32_t, SCameraFrame> parseFrameLog(const std::vector<std::string>& lines);
 
-/// FNV-1a, 64 bits, over the pixels' little-endian bytes: what the frame log holds.
-uint64_t hashOf(const std::vector<uint16_t>& pixels);
-
 /// Whether the program was asked to change pixels (line noise, time stamp), so that they cannot equal the camera's.
 enum class EPixels { AsSent, MayBeStamped };
 
