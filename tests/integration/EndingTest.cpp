@@ -18,7 +18,6 @@ struct SEnding {
     std::string name;
     std::function<void(Program&)> end;
     int status;
-    std::vector<std::string> simulator = {"--pace", "buffers"};
     std::string said = {};
 };
 
@@ -52,6 +51,30 @@ void expectWholeRecording(const Program& program)
     EXPECT_GE(framesIn(recording), sFramesBeforeTheEnd - sFramesUntilProcessed);
 }
 
+void endWhileRecording(const Program::SOptions& options, const SEnding& ending)
+{
+    Program program(options);
+    ASSERT_NO_FATAL_FAILURE(recordSomeFrames(program));
+    ending.end(program);
+    ASSERT_TRUE(program.waitForEnd());
+    EXPECT_EQ(program.exitStatus(), ending.status);
+    EXPECT_THAT(program.standardError(), HasSubstr(ending.said));
+    expectWholeRecording(program);
+    if (ending.status == 255)
+        return;
+    EXPECT_EQ(program.cameraCommands().back(), "70 00 00 00 00");
+    EXPECT_THAT(program.log(), HasSubstr("I ---------- Closing Log File ----------\n"));
+}
+
+// The menu's way is the accelerator's.
+const SEnding sEndings[] = {
+    {"Accelerator", [](Program& p) { p.key("ctrl+q"); }, 0},
+    {"WindowClosed", [](Program& p) { p.closeWindow(); }, 0},
+    {"Interrupt", [](Program& p) { p.signal(SIGINT); }, 128 + SIGINT},
+    {"Terminate", [](Program& p) { p.signal(SIGTERM); }, 128 + SIGTERM},
+    {"HangUp", [](Program& p) { p.signal(SIGHUP); }, 128 + SIGHUP},
+    {"FatalError", sendCommandsUntilOneIsRefused, 255, "Failed to access extension unit, exiting... (Broken pipe)\n"}};
+
 class EndingWhileRecording : public testing::TestWithParam<SEnding> {};
 
 } // namespace
@@ -60,45 +83,20 @@ class EndingWhileRecording : public testing::TestWithParam<SEnding> {};
 // recorded.
 TEST_P(EndingWhileRecording, FinalisesTheRecording)
 {
-    Program program({.simulator = GetParam().simulator});
-    ASSERT_NO_FATAL_FAILURE(recordSomeFrames(program));
-    GetParam().end(program);
-    ASSERT_TRUE(program.waitForEnd());
-    EXPECT_EQ(program.exitStatus(), GetParam().status);
-    EXPECT_THAT(program.standardError(), HasSubstr(GetParam().said));
-    expectWholeRecording(program);
+    std::vector<std::string> simulator{"--pace", "buffers"};
     if (GetParam().status == 255)
-        return;
-    EXPECT_EQ(program.cameraCommands().back(), "70 00 00 00 00");
-    EXPECT_THAT(program.log(), HasSubstr("I ---------- Closing Log File ----------\n"));
+        simulator = {"--xu-error", std::to_string(EPIPE) + ",40"};
+    endWhileRecording({.simulator = simulator}, GetParam());
 }
 
-// The menu's way is the accelerator's.
-INSTANTIATE_TEST_SUITE_P(Way, EndingWhileRecording,
-                         testing::Values(SEnding{"Accelerator", [](Program& p) { p.key("ctrl+q"); }, 0},
-                                         SEnding{"WindowClosed", [](Program& p) { p.closeWindow(); }, 0},
-                                         SEnding{"Interrupt", [](Program& p) { p.signal(SIGINT); }, 128 + SIGINT},
-                                         SEnding{"Terminate", [](Program& p) { p.signal(SIGTERM); }, 128 + SIGTERM},
-                                         SEnding{"HangUp", [](Program& p) { p.signal(SIGHUP); }, 128 + SIGHUP},
-                                         SEnding{"FatalError",
-                                                 sendCommandsUntilOneIsRefused,
-                                                 255,
-                                                 {"--xu-error", std::to_string(EPIPE) + ",40"},
-                                                 "Failed to access extension unit, exiting... (Broken pipe)\n"}),
-                         [](const auto& test) { return test.param.name; });
+INSTANTIATE_TEST_SUITE_P(Way, EndingWhileRecording, testing::ValuesIn(sEndings), testing::PrintToStringParamName());
 
 // Fails when an X server that goes away takes the recording with it.
 TEST(EndingWhileRecording, LostDisplayFinalisesTheRecordingToo)
 {
     auto display = std::make_unique<Desktop>();
-    Program program({.simulator = {"--pace", "buffers"}, .environment = {{"DISPLAY", display->display()}}});
-    ASSERT_NO_FATAL_FAILURE(recordSomeFrames(program));
-    display.reset();
-    ASSERT_TRUE(program.waitForEnd());
-    EXPECT_EQ(program.exitStatus(), 1);
-    EXPECT_THAT(program.standardError(), HasSubstr("The display was lost: the program ends\n"));
-    expectWholeRecording(program);
-    EXPECT_EQ(program.cameraCommands().back(), "70 00 00 00 00");
+    endWhileRecording({.simulator = {"--pace", "buffers"}, .environment = {{"DISPLAY", display->display()}}},
+                      {"", [&](Program&) { display.reset(); }, 1, "The display was lost: the program ends\n"});
 }
 
 // Fails when pulling the cable crashes the program, passes in silence, floods the terminal or spoils the recording.
