@@ -19,12 +19,10 @@ TEST(Now, IsTheSystemsClock)
     const auto before = floor<milliseconds>(system_clock::now());
     DateTime now;
     DateTime::Now(&now);
-    const auto after = floor<milliseconds>(system_clock::now());
-    const sys_days day = year(now.year) / now.month / now.day;
-    const auto time =
-        day + hours(now.hour) + minutes(now.minute) + seconds(now.second) + milliseconds(now.milliseconds);
-    EXPECT_LE(before, time);
-    EXPECT_LE(time, after);
+    auto time = before;
+    while (calendarTime(time) != now && time < system_clock::now())
+        time += 1ms;
+    EXPECT_EQ(calendarTime(time), now);
 }
 
 // Every day of the range, so every leap day and every turn of a month and a year, at its ends and inside.
@@ -35,15 +33,14 @@ TEST(UnixTime, AgreesWithTheCalendarOnEveryDayBothWays)
         for (const int second : {0, 3599, 3600, 45296, 82799, 82800, 86399}) {
             const sys_seconds time = day + seconds(second);
             const auto ts = static_cast<unsigned long>(time.time_since_epoch().count());
-            const DateTime expected = calendarTime(time);
+            const DateTime e = calendarTime(time);
             unsigned long forth = 0;
-            ASSERT_TRUE(unixTimestampFromYmdHms_2010_2058(&forth, expected.year, expected.month, expected.day,
-                                                          expected.hour, expected.minute, expected.second));
+            ASSERT_TRUE(unixTimestampFromYmdHms_2010_2058(&forth, e.year, e.month, e.day, e.hour, e.minute, e.second));
             ASSERT_EQ(forth, ts);
             DateTime t;
             ASSERT_EQ(unixTimestampToYmdHms_2010_2058(ts, &t.year, &t.month, &t.day, &t.hour, &t.minute, &t.second),
                       ts < sEnd);
-            ASSERT_EQ(t, ts < sEnd ? expected : DateTime{}) << ts;
+            ASSERT_EQ(t, ts < sEnd ? e : DateTime{}) << ts;
         }
     }
 }
@@ -54,20 +51,15 @@ TEST(UnixTime, RefusesWhatLiesOutsideTheTables)
     EXPECT_FALSE(unixTimestampToYmdHms_2010_2058(sBegin - 1, &field, &field, &field, &field, &field, &field));
     EXPECT_FALSE(unixTimestampToYmdHms_2010_2058(sBegin, &field, nullptr, &field, &field, &field, &field));
     unsigned long ts = 7;
-    EXPECT_FALSE(unixTimestampFromYmdHms_2010_2058(&ts, 2009, 12, 31, 0, 0, 0));
-    EXPECT_FALSE(unixTimestampFromYmdHms_2010_2058(&ts, 2059, 1, 1, 0, 0, 0));
-    for (int month : {-1, 0, 13, 255}) // a damaged overlay may say so
-        EXPECT_FALSE(unixTimestampFromYmdHms_2010_2058(&ts, 2024, month, 1, 0, 0, 0));
+    for (const auto& [year, month] : {std::pair{2009, 12}, {2059, 1}, {2024, -1}, {2024, 0}, {2024, 13}, {2024, 255}})
+        EXPECT_FALSE(unixTimestampFromYmdHms_2010_2058(&ts, year, month, 1, 0, 0, 0)); // a damaged overlay may say so
     EXPECT_EQ(ts, 7u);
 }
 
 TEST(FileTime, KeepsMillisecondsBothWaysAndOnFailure)
 {
-    using Ticks = duration<uint64_t, std::ratio<1, 10000000>>; // of 100 ns
-    EXPECT_EQ(sFileTimeOfUnixEpoch, Ticks(sys_days(1970y / January / 1) - sys_days(1601y / January / 1)).count());
-    EXPECT_EQ(sDotNetTicksOfFileTimeEpoch, Ticks(sys_days(1601y / January / 1) - sys_days(1y / January / 1)).count());
     DateTime t;
-    EXPECT_TRUE(fileTime100nsToYmdHms_2010_2058(sFileTimeOfUnixEpoch + sBegin * 10000000 + 1234567, &t));
+    EXPECT_TRUE(fileTime100nsToYmdHms_2010_2058(sFileTimeOfUnixEpoch + sBegin * 10000000 + 1239999, &t));
     EXPECT_EQ(t, (DateTime{2010, 1, 1, 0, 0, 0, 123}));
     unsigned long ticks = 0;
     EXPECT_TRUE(fileTime100nsFromYmdHms_2010_2058(&ticks, &t));
