@@ -3,23 +3,13 @@
 #include "Log.h"
 #include "TemporaryFolder.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <clocale>
 #include <cmath>
 
 using namespace libobribase;
-
-namespace {
-
-std::string json(const char* text, const char* key)
-{
-    std::string value = "(none)";
-    jsonValue(text, key, &value);
-    return value;
-}
-
-} // namespace
 
 TEST(Numbers, DoNotFollowTheLocale)
 {
@@ -29,18 +19,17 @@ TEST(Numbers, DoNotFollowTheLocale)
         GTEST_SKIP() << "no German locale can be made here";
     setenv("LOCPATH", folder.path().c_str(), 1);
     ASSERT_NE(setlocale(LC_ALL, "de_DE.UTF-8"), nullptr);
-    EXPECT_EQ(formatFixed(1.5, 3), "1.500");
     EXPECT_EQ(formatFixed(-0.126, 2, 7), "  -0.13");
     EXPECT_EQ(formatFixed(-1.7976931348623157e308, 3).size(), 1 + 309 + 1 + 3u);
     double value = 0;
     EXPECT_TRUE(parseDouble("2.25 mm", &value));
+    EXPECT_EQ(value, 2.25);
     logOpen(".", '/');
     logStringDouble("I value", 0.25);
     logClose();
+    EXPECT_THAT(folder.textOf("obri_app_log_"), testing::HasSubstr("I value 0.250\n"));
     setlocale(LC_ALL, "C");
     unsetenv("LOCPATH");
-    EXPECT_EQ(value, 2.25);
-    EXPECT_NE(folder.textOf("obri_app_log_").find("I value 0.250\n"), std::string::npos);
 }
 
 TEST(ParseDouble, TakesNumbersOnly)
@@ -55,19 +44,22 @@ TEST(ParseDouble, TakesNumbersOnly)
 
 TEST(Coordinates, RoundWithCarryAndKeepTheSignOfSmallValues)
 {
-    EXPECT_EQ(formatRightAscension(5 + 34 / 60.0 + 31.97 / 3600), "05 34 31.97");
     EXPECT_EQ(formatRightAscension(23.9999999999), "00 00 00.00");
     EXPECT_EQ(formatRightAscension(-1), "23 00 00.00");
     EXPECT_EQ(formatDeclination(22 + 52.06 / 3600), "+22 00 52.1");
-    EXPECT_EQ(formatDeclination(-30 / 3600.0), "-00 00 30.0");
     EXPECT_EQ(formatDeclination(-(59 / 60.0 + 59.96 / 3600)), "-01 00 00.0");
-    EXPECT_EQ(formatLatitude(-(47 + 22 / 60.0 + 10.1 / 3600)), "47 22 10.1 S");
+    EXPECT_EQ(formatLatitude(-30.1 / 3600), "00 00 30.1 S");
     EXPECT_EQ(formatLongitude(8 + 32 / 60.0 + 15.6 / 3600), "008 32 15.6 E");
     EXPECT_EQ(formatLongitude(INFINITY), "");
 }
 
-TEST(JsonValue, FindsValuesOfTheOutermostObject)
+TEST(JsonValue, FindsValuesOfTheOutermostObjectAndRefusesWhatIsNoJson)
 {
+    const auto json = [](const std::string& text, const char* key) {
+        std::string value = "(none)";
+        jsonValue(text, key, &value);
+        return value;
+    };
     const char* text =
         " { \"inner\": {\"x\": [1, {\"a\":\"}\"}], \"name\": 1} , \"name\":\"a\\\"\\u00e9\\ud83d\\ude00\\n\","
         "\"n\" : -1.5E+3 ,\"list\":[1 , 2e1], \"yes\":true, \"none\":null, \"name\":2}";
@@ -76,14 +68,9 @@ TEST(JsonValue, FindsValuesOfTheOutermostObject)
     EXPECT_EQ(json(text, "list"), "[1 , 2e1]");
     EXPECT_EQ(json(text, "inner"), "{\"x\": [1, {\"a\":\"}\"}], \"name\": 1}");
     EXPECT_EQ(json(text, "x"), "(none)");
-}
-
-TEST(JsonValue, RefusesWhatIsNoJson)
-{
     for (const char* bad : {"", "[1]", "{\"a\"", "{\"a\":", "{\"a\":}", "{\"a\":01}", "{\"a\":1", "{\"a\":\"x", "{a:1}",
                             "{\"a\":tru}", "{\"a\":[1,]}", "{\"b\":[}, \"a\":1}", "{\"a\":\"\\ud800\"}",
                             "{\"a\":\"\\x\"}", "{\"a\":\"\n\"}", "{\"a\":-}", "{\"a\":1.}"})
         EXPECT_EQ(json(bad, "a"), "(none)") << bad;
-    std::string deep = "{\"a\":" + std::string(100000, '[');
-    EXPECT_EQ(json(deep.c_str(), "a"), "(none)"); // and does not exhaust the stack
+    EXPECT_EQ(json("{\"a\":" + std::string(100000, '['), "a"), "(none)"); // and does not exhaust the stack
 }
