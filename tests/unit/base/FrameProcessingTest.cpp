@@ -69,10 +69,9 @@ struct Frame {
     void expectSame()
     {
         EXPECT_TRUE(pixels == expected);
-        EXPECT_EQ(processing.m_meanValid, reference.m_meanValid);
-        EXPECT_EQ(processing.m_mean, reference.m_mean);
-        EXPECT_EQ(processing.m_lowerBound, reference.m_lowerBound);
-        EXPECT_EQ(processing.m_upperBound, reference.m_upperBound);
+        EXPECT_EQ(
+            std::tuple(processing.m_meanValid, processing.m_mean, processing.m_lowerBound, processing.m_upperBound),
+            std::tuple(reference.m_meanValid, reference.m_mean, reference.m_lowerBound, reference.m_upperBound));
         EXPECT_TRUE(
             std::equal(reference.m_lineAverages.begin(), reference.m_lineAverages.end(), processing.m_lineAverages));
     }

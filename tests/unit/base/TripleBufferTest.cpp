@@ -2,15 +2,13 @@
 
 #include <gtest/gtest.h>
 
-#include <atomic>
 #include <thread>
 
 TEST(TripleBuffer, NewestIsWholeStaysPutAndNeverGoesBack)
 {
     libobribase::TripleBuffer<std::pair<int, int>> buffer;
-    std::atomic<bool> stop{false};
-    std::thread writer([&] {
-        for (int i = 1; !stop; ++i) {
+    const std::jthread writer([&](std::stop_token stop) {
+        for (int i = 1; !stop.stop_requested(); ++i) {
             buffer.writeSlot() = {i, i};
             buffer.publish();
         }
@@ -23,6 +21,4 @@ TEST(TripleBuffer, NewestIsWholeStaysPutAndNeverGoesBack)
         ASSERT_GE(first, last);
         last = first;
     }
-    stop = true;
-    writer.join();
 }
