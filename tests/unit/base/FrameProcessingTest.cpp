@@ -5,7 +5,6 @@
 #include "PixelKernels.h"
 #include "PixelReference.h"
 
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -214,17 +213,6 @@ TEST_P(OnEveryLevel, PreviewsOfLargeFramesOfSamplesEqualTheReference)
         greys[123 << 4] ^= 0x100;
         frame.expectSamePreviews(greys, 1, 0);
     }
-}
-
-TEST(DecodeFrame, TakesSamplesApartAsTheCameraPacksThem)
-{
-    uint16_t pixels[8] = {}, zeros[8] = {};
-    const uint8_t packed[] = {0x31, 0x12, 0x42, 0x23, 0x55, 0x34, 0x66, 0x45, 0x77, 0x56, 0x88, 0x67};
-    FrameProcessing(8, 1, 1, pixels, zeros, zeros).DecodeFrame(packed);
-    EXPECT_THAT(pixels, testing::ElementsAre(0x1230, 0x2340, 0x3410, 0x4520, 0x5550, 0x6660, 0x6770, 0x7880));
-    const uint8_t plain[] = {0xBC, 0xFA}; // the high nibble is nobody's
-    FrameProcessing(1, 1, 0, pixels, zeros, zeros).DecodeFrame(plain);
-    EXPECT_EQ(pixels[0], 0xBCA0);
 }
 
 TEST(PcTime, IsDrawnInTheTopLeftCorner)

@@ -16,9 +16,12 @@ public:
         byte(3, 'S');
         u16(4, static_cast<uint16_t>(layoutVersion));
         u16(6, 321);
-        time(8, 24, 250000000);
         byte(19, 1);
-        time(20, 24, 289999999);
+        for (const int start : {8, 20})
+            for (int i = 0; const int value : {24, 3, 5, 6, 7, 8}) // 5 March 2024, 06:07:08
+                byte(start + i++, value);
+        u32(14, 250000000);
+        u32(26, 289999999);
         u32(36, 0x01020304);
     }
 
@@ -35,14 +38,6 @@ public:
     {
         u16(at, static_cast<uint16_t>(value >> 16));
         u16(at + 2, static_cast<uint16_t>(value));
-    }
-    /// 5 March of a year from 2000 on, 06:07:08.
-    void time(int at, int year, uint32_t nanoseconds)
-    {
-        const int fields[] = {year, 3, 5, 6, 7, 8};
-        for (int i = 0; i < 6; ++i)
-            byte(at + i, fields[i]);
-        u32(at + 6, nanoseconds);
     }
     void low(int at, unsigned value) { word(at) = static_cast<uint16_t>((word(at) & 0xFF00) | value); }
 
