@@ -20,13 +20,6 @@ protected:
     }
 };
 
-TEST_F(Controls, SitInAWindowThatFitsALaptop)
-{
-    int height = 0;
-    gtk_widget_get_preferred_height(GTK_WIDGET(window->gobj()), &height, nullptr);
-    EXPECT_LE(height, 700) << "a laptop of 768 lines has a panel and a title bar, too";
-}
-
 TEST_F(Controls, BoxesSendTheirRow)
 {
     const std::tuple<const char*, int, const char*, const char*> cases[] = {

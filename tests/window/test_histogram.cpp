@@ -4,7 +4,6 @@
 #include "WindowTest.h"
 
 #include <algorithm>
-#include <gdk/gdkkeysyms.h>
 #include <thread>
 
 using libobribase::Rect;
@@ -12,42 +11,24 @@ using libobribase::SHistogramBins;
 
 namespace {
 
-TEST(HistogramCurve, ShowsStarsBesideTheSky)
-{
-    SHistogramBins night;
-    night.bins[0] = 5'000'000; // counts in neither maximum nor total
-    night.bins[100] = night.maxValue = 1'000'000;
-    night.bins[600] = 1000;
-    night.bins[900] = 1;
-    std::vector<SHistoPoint> points;
-    computeHistoPoints(night, Rect(12, 2, 12 + 512, 2 + 100), points);
-    const auto heightAt = [&](size_t bin) { return 102 - points.at(bin / 2).y; };
-    EXPECT_EQ(heightAt(100), 100);
-    EXPECT_NEAR(heightAt(600), 50, 1) << "a thousandth of the peak is half as high";
-    EXPECT_GT(heightAt(900), 3) << "a single pixel is seen";
-    EXPECT_EQ(heightAt(300), 0);
-    EXPECT_EQ(heightAt(0), 100) << "beyond the maximum: cut at the top";
-}
-
-TEST(HistogramCurve, KeepsEveryBinAtAnyWidth)
+TEST(HistogramCurve, ShowsASinglePixelBesideTheSkyAtAnyWidth)
 {
     std::vector<SHistoPoint> points;
     for (const int width : {1, 7, 333, 1023, 1024, 2000})
         for (const size_t bin : {0, 1, 511, 1022, 1023}) {
-            SHistogramBins counts;
-            counts.bins[bin] = counts.maxValue = 1;
-            computeHistoPoints(counts, Rect(0, 0, width, 50), points);
+            SHistogramBins night;
+            night.maxValue = 1'000'000;
+            night.bins[bin] = 1;
+            computeHistoPoints(night, Rect(0, 0, width, 50), points);
             EXPECT_THAT(points, testing::SizeIs(width));
-            EXPECT_THAT(points, testing::Contains(testing::Field(&SHistoPoint::y, 0))) << bin << " of " << width;
+            EXPECT_THAT(points, testing::Contains(testing::Field(&SHistoPoint::y, testing::Lt(49)))) << bin;
         }
 }
 
 class HistogramControl : public WindowTest {
 protected:
-    using Points = std::vector<std::pair<double, double>>;
-
     /// Presses the button at the first point, goes through all of them and releases it at the last.
-    void drag(const Points& way, guint button = 1)
+    void drag(const std::vector<std::pair<double, double>>& way, guint button = 1)
     {
         send(GDK_BUTTON_PRESS, [&](GdkEvent& event) {
             std::tie(event.button.x, event.button.y) = way.front();
@@ -59,14 +40,6 @@ protected:
                 event.motion.state = GDK_BUTTON1_MASK;
             });
         send(GDK_BUTTON_RELEASE, [&](GdkEvent& event) { event.button.button = button; });
-    }
-    void type(guint key, int times, guint modifiers = 0)
-    {
-        for (int i = 0; i < times; ++i)
-            send(GDK_KEY_PRESS, [&](GdkEvent& event) {
-                event.key.keyval = key;
-                event.key.state = modifiers;
-            });
     }
     void fillBins(size_t first, size_t count, uint64_t value)
     {
@@ -90,10 +63,7 @@ private:
         event->any.window = GDK_WINDOW(g_object_ref(area.get_window()->gobj()));
         fill(*event);
         gdk_event_set_device(event, gdk_seat_get_pointer(gdk_display_get_default_seat(gdk_display_get_default())));
-        if (type == GDK_KEY_PRESS)
-            gtk_widget_event(GTK_WIDGET(area.gobj()), event);
-        else
-            gtk_main_do_event(event);
+        gtk_main_do_event(event);
         gdk_event_free(event);
     }
 };
@@ -125,20 +95,6 @@ TEST_F(HistogramControl, PresetsKeepTheirShareOfThePixels)
         EXPECT_EQ(std::pair(low.GetValue(), high.GetValue()), std::pair(lowBin * 65535 / 1023, highBin * 65535 / 1023))
             << id;
     }
-}
-
-TEST_F(HistogramControl, HandlesFollowTheArrowKeys)
-{
-    type(GDK_KEY_Right, 30);
-    type(GDK_KEY_Left, 10);
-    EXPECT_EQ(low.GetValue(), 20 * 65535 / plot.w);
-    type(GDK_KEY_Left, 7, GDK_SHIFT_MASK);
-    type(GDK_KEY_Right, 2, GDK_SHIFT_MASK);
-    EXPECT_EQ(high.GetValue(), (plot.w - 5) * 65535 / plot.w);
-    type(GDK_KEY_Up, 2 * plot.h);
-    EXPECT_EQ(mid.GetValue(), 65535);
-    type(GDK_KEY_Left, 50);
-    EXPECT_EQ(low.GetValue(), 0) << "where it stops";
 }
 
 TEST_F(HistogramControl, ANewHistogramReachesTheScreen)

@@ -8,12 +8,6 @@ namespace {
 using namespace obriadv;
 using testing::HasSubstr;
 
-Bytes cut(Bytes bytes, size_t size)
-{
-    bytes.resize(size);
-    return bytes;
-}
-
 TEST(AdvFile, ADamagedRecordCostsNoOtherFrame)
 {
     AdvBuilder builder;
@@ -29,22 +23,6 @@ TEST(AdvFile, ADamagedRecordCostsNoOtherFrame)
     }
 }
 
-TEST(AdvFile, TruncatedAtEveryByteItKeepsEveryWholeFrame)
-{
-    AdvBuilder builder(3, 2);
-    const Bytes whole = builder.add(3).build();
-    std::vector<uint64_t> ends(builder.frameAt.begin() + 1, builder.frameAt.end());
-    ends.push_back(builder.indexAt);
-    for (size_t size = 0; size < whole.size(); ++size) {
-        AdvFile file;
-        const std::string error = openBytes(file, cut(whole, size));
-        ASSERT_EQ(error.empty(), size >= builder.frameAt[0]) << size << error;
-        const auto wholeFrames = std::upper_bound(ends.begin(), ends.end(), size) - ends.begin();
-        ASSERT_EQ(file.frames().size(), static_cast<size_t>(wholeFrames)) << size;
-        ASSERT_TRUE(!error.empty() || !file.damage().empty()) << size;
-    }
-}
-
 TEST(AdvFile, WhatIsNoRecordingIsRefusedWithAReason)
 {
     const Bytes whole = AdvBuilder().add(1).build();
@@ -55,7 +33,7 @@ TEST(AdvFile, WhatIsNoRecordingIsRefusedWithAReason)
     EXPECT_THAT(openBytes(file, {}), HasSubstr("too short"));
     EXPECT_THAT(openBytes(file, otherMagic), HasSubstr("FSTF"));
     EXPECT_THAT(openBytes(file, otherVersion), HasSubstr("version 1"));
-    EXPECT_THAT(openBytes(file, cut(whole, 60)), HasSubstr("header"));
+    EXPECT_THAT(openBytes(file, Bytes(whole.begin(), whole.begin() + 60)), HasSubstr("header"));
     EXPECT_THAT(file.open("/nonexistent/recording.adv"), HasSubstr("No such file"));
     EXPECT_THAT(file.open("/dev/zero"), HasSubstr("not a regular file"));
 }

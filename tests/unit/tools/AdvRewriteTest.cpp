@@ -3,6 +3,7 @@
 #include "AdvBuilder.h"
 #include "AdvVerify.h"
 
+#include <algorithm>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -58,21 +59,21 @@ TEST_F(AdvRewrite, AFullDiskLeavesNoHalfRecording)
     EXPECT_FALSE(std::filesystem::exists("out") || std::filesystem::exists("out.part"));
 }
 
-TEST_F(AdvRewrite, RepairedATruncatedRecordingIsWholeUpToTheLastFrame)
+TEST_F(AdvRewrite, TruncatedAtAnyByteARecordingIsRepairedUpToItsLastWholeFrame)
 {
-    AdvBuilder builder;
-    builder.isFinished = false;
-    const Bytes interrupted = builder.add(4).build();
-    for (size_t cut = 1; cut < interrupted.size() - builder.frameAt[2]; cut += 37) {
-        Bytes bytes = interrupted;
-        bytes.resize(bytes.size() - cut);
-        const std::string out = "out" + std::to_string(cut);
+    AdvBuilder builder(3, 2);
+    const Bytes whole = builder.add(2).build();
+    std::vector<uint64_t> ends(builder.frameAt.begin() + 1, builder.frameAt.end());
+    ends.push_back(builder.indexAt);
+    for (size_t size = builder.frameAt[0] - 1; size < whole.size(); ++size) {
+        const std::string out = std::to_string(size);
+        const Bytes bytes(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(size));
         writeWhole("in.adv", bytes);
-        ASSERT_EQ(repairRecording("in.adv", out).error, "");
+        ASSERT_EQ(repairRecording("in.adv", out).error.empty(), size >= builder.frameAt[0]) << size;
         // What a camera program that was not interrupted would have written.
-        const size_t kept = interrupted.size() - cut >= builder.frameAt[3] ? 3 : 2;
-        EXPECT_EQ(readWhole(out), AdvBuilder().add(kept).build()) << cut;
-        EXPECT_EQ(readWhole("in.adv"), bytes);
+        const auto kept = static_cast<size_t>(std::upper_bound(ends.begin(), ends.end(), size) - ends.begin());
+        ASSERT_EQ(readWhole(out), size < builder.frameAt[0] ? Bytes() : AdvBuilder(3, 2).add(kept).build()) << size;
+        ASSERT_EQ(readWhole("in.adv"), bytes);
     }
 }
 

@@ -1,6 +1,7 @@
 // The camera program's own writer against this reader: two readings of one layout that share no code.
 #include "../file/AdvRecording.h"
 #include "AdvFile.h"
+#include "AdvRewrite.h"
 #include "AdvVerify.h"
 
 namespace {
@@ -17,33 +18,33 @@ TEST_F(WriterAgreement, EveryByteIsAccountedForAndEveryFrameIsRight)
     expected.add(12);
     for (uint32_t n = 0; n < 12; ++n)
         expected.frames[n].counter = 0xFFFFFFFA + n; // wraps on the way
-    std::vector<libobrifile::ZoneDefinition> zones;
-    for (const bool isCompressed : {false, true, true, false}) {
-        recordAll(zones, isCompressed);
-        writer->StopRecording();
-        AdvFile file;
-        ASSERT_EQ(file.open("a.adv"), "");
-        const SVerifyReport report = verifyRecording(file, "a.adv");
-        EXPECT_EQ(report.exitStatus(), 0) << report.text();
-        ASSERT_EQ(file.frames().size(), 12u);
-        for (uint32_t n = 0; n < 12; ++n) {
-            const SAdvStatus& status = file.frames()[n].status;
-            EXPECT_EQ(std::tie(status.gain, status.cameraFrameId, status.fixStatus, status.temperature, status.dopTime),
-                      std::tuple("12.0", 0xFFFFFFFA + n, 3, 25.0f, 77u));
-            EXPECT_EQ(std::tie(status.gdop, status.pdop, status.tdop, status.vdop, status.hdop),
-                      std::tuple(1.5f, 2.5f, 1.03f, 4.5f, 5.5f));
-            std::vector<uint16_t> pixels;
-            std::string error;
-            ASSERT_TRUE(file.readPixels(n, pixels, error)) << error;
-            const Bytes& sent = expected.frames[n].pixels;
-            for (uint32_t at = 0; at < 64 * 48; ++at) {
-                const uint32_t x = at % 64, y = at / 64;
-                const bool isSent = zones.empty() || n == 0 || (x >= 10 && x < 26 && y >= 20 && y < 28) || y == 47;
-                ASSERT_EQ(pixels.at(at), isSent ? sent[2 * at] | sent[2 * at + 1] << 8 : 0) << x << "," << y;
-            }
-        }
-        if (isCompressed)
+    for (const char* name : {"whole.adv", "zone.adv"}) {
+        std::vector<libobrifile::ZoneDefinition> zones;
+        if (name[0] == 'z')
             zones = {{10, 20, 16, 8}};
+        recordAll(zones);
+        writer->StopRecording();
+        ASSERT_EQ(compressRecording("a.adv", name).error, "");
+        recordAll(zones, 1);
+        writer->StopRecording();
+        EXPECT_EQ(readWhole(name), readWhole("a.adv")) << "compressed at once and later";
+        EXPECT_EQ(verifyRecording(name).exitStatus(), 0);
+        AdvFile file;
+        ASSERT_EQ(file.open(name), "");
+        const SAdvStatus& status = file.frames().at(11).status;
+        EXPECT_EQ(std::tie(status.gain, status.cameraFrameId, status.fixStatus, status.temperature, status.dopTime),
+                  std::tuple("12.0", 5u, 3, 25.0f, 77u));
+        EXPECT_EQ(std::tie(status.gdop, status.pdop, status.tdop, status.vdop, status.hdop),
+                  std::tuple(1.5f, 2.5f, 1.03f, 4.5f, 5.5f));
+        std::vector<uint16_t> pixels;
+        std::string error;
+        ASSERT_TRUE(file.readPixels(11, pixels, error)) << error;
+        const Bytes& sent = expected.frames[11].pixels;
+        for (uint32_t at = 0; at < 64 * 48; ++at) {
+            const uint32_t x = at % 64, y = at / 64;
+            const bool isSent = zones.empty() || (x >= 10 && x < 26 && y >= 20 && y < 28) || y == 47;
+            ASSERT_EQ(pixels.at(at), isSent ? sent[2 * at] | sent[2 * at + 1] << 8 : 0) << x << "," << y;
+        }
     }
 }
 
