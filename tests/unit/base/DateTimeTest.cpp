@@ -16,11 +16,9 @@ constexpr unsigned long sBegin = 1262304000, sEnd = 2808601200;
 // In universal time, whatever the time zone, to the millisecond and never rounded up.
 TEST(Now, IsTheSystemsClock)
 {
-    const auto before = floor<milliseconds>(system_clock::now());
+    auto time = floor<milliseconds>(system_clock::now());
     DateTime now;
-    DateTime::Now(&now);
-    auto time = before;
-    while (calendarTime(time) != now && time < system_clock::now())
+    for (DateTime::Now(&now); calendarTime(time) != now && time < system_clock::now();)
         time += 1ms;
     EXPECT_EQ(calendarTime(time), now);
 }

@@ -26,11 +26,10 @@ constexpr size_t sMargin = 33;
 template <class T>
 void fill(std::vector<T>& buffer, EContent content, std::mt19937& random)
 {
-    const T black = 0, white = static_cast<T>(-1);
     for (T& value : buffer) {
         const bool isDarkSky = content == EContent::Sky && random() % 50 > 0;
         const auto level = static_cast<T>(isDarkSky ? 3000 + random() % 900 : random());
-        value = content == EContent::Black ? black : content == EContent::White ? white : level;
+        value = content == EContent::Black ? T{0} : content == EContent::White ? static_cast<T>(-1) : level;
     }
 }
 

@@ -19,8 +19,7 @@ TEST(Log, TwoRunsOfADayShareOneFileInTheWorkingDirectory)
     }
     logClose();
     logString("W after it was closed");
-    const std::string digits = "[0-9][0-9]", stamp = "20" + digits + "-" + digits + "-" + digits + " " + digits + ":" +
-                                                     digits + ":" + digits + "\\." + digits + "[0-9]  ";
+    const std::string stamp = "20[0-9]{2}-[0-9]{2}-[0-9]{2} [0-9]{2}:[0-9]{2}:[0-9]{2}\\.[0-9]{3}  ";
     std::string run;
     for (const char* text : {"I ---------- Application started ----------", "I number -5", "I double 1\\.000",
                              "I text more", "I ---------- Closing Log File ----------"})

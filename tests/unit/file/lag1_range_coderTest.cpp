@@ -52,14 +52,14 @@ TEST(RangeCoder, CarriesThroughLongRunsOf255)
         point[0] = uint8_t(random() % 128);
         point[random() % point.size()] |= 1;
         point.resize(400);
-        std::vector<uint16_t> samples(5 + random() % 100), back;
+        std::vector<uint16_t> samples(5 + random() % 100);
         RangeDecompress(std::span<const uint8_t>(point), samples, model.decoder.data());
         const Bytes before = model.compressPlainly(samples);
         samples.insert(samples.end(), 3, uint16_t(model.decoder.size() - 2)); // the last slice: upwards
         Bytes code(samples.size() * 3 + 4);
         code.resize(size_t(RangeCompress(samples.data(), code.data(), int(samples.size()), model.encoder.data())));
         ASSERT_EQ(code, model.compressPlainly(samples)) << "round " << round;
-        back.resize(samples.size());
+        std::vector<uint16_t> back(samples.size());
         size_t used = 0;
         ASSERT_TRUE(RangeDecompress(std::span<const uint8_t>(code), back, model.decoder.data(), &used));
         ASSERT_EQ(back, samples);

@@ -20,26 +20,26 @@ protected:
 
     SSettings& settings() { return m_job.overlay.settings; }
 
-    int at(int x, int y) const { return m_composer.pixels()[static_cast<size_t>(y * m_job.mode->width + x)] >> 4; }
-
     /// All light in a square around the target. The frames' noise is the same in every call.
     double light(double hiddenPart)
     {
-        constexpr int sReach = 10;
-        const auto [cx, cy] = targetIn(*m_job.mode);
+        const auto [centreX, centreY] = targetIn(*m_job.mode);
+        const int left = static_cast<int>(centreX) - sReach, top = static_cast<int>(centreY) - sReach;
         m_job.targetPart = 1 - hiddenPart;
         double sum = 0;
         for (uint32_t& frame = m_job.overlay.frameId = 0; frame < sFrames; ++frame) {
             m_composer.compose(m_job, m_bytes.data());
-            for (int y = -sReach; y <= sReach; ++y)
-                for (int x = -sReach; x <= sReach; ++x)
-                    sum += at(static_cast<int>(cx) + x, static_cast<int>(cy) + y);
+            for (int i = 0; i < sPixels; ++i) {
+                const int x = left + i % sSide, y = top + i / sSide;
+                sum += m_composer.pixels()[static_cast<size_t>(y * m_job.mode->width + x)] >> 4;
+            }
         }
         return sum / sFrames;
     }
     double targetLight(double hiddenPart = 0) { return light(hiddenPart) - light(1); }
 
     static constexpr uint32_t sFrames = 20;
+    static constexpr int sReach = 10, sSide = 2 * sReach + 1, sPixels = sSide * sSide;
     FrameComposer m_composer{makeStarField(1), 1};
     SFrameJob m_job;
     std::vector<uint8_t> m_bytes;
@@ -57,5 +57,5 @@ TEST_F(SimulatedSky, LightFollowsExposureGainAndOccultationUpToSaturation)
     settings() = {.exposureMs = 100, .gainDb = 6, .highGain = true};
     EXPECT_NEAR(targetLight() / once, 2 * std::pow(10, 0.3), 0.08);
     settings() = {.exposureMs = 4000, .gainDb = 48, .highGain = true};
-    EXPECT_EQ(light(0), 4095 * 21 * 21); // no noise takes a pixel away from saturation
+    EXPECT_EQ(light(0), 4095 * sPixels); // no noise takes a pixel away from saturation
 }

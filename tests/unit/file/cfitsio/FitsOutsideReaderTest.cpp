@@ -29,16 +29,13 @@ TEST_P(FitsOutsideReader, SeesTheImageAndItsHeaderAndComplainsOfNothingButTheFil
     fitsfile* file = nullptr;
     int status = 0, bitpix = 0, axes = 0;
     long sizes[2] = {};
-    char observer[FLEN_VALUE] = "";
     fits_open_image(&file, "s_00001.fits", READONLY, &status);
     fits_get_img_param(file, 2, &bitpix, &axes, sizes, &status);
     fits_read_img(file, TUSHORT, 1, static_cast<LONGLONG>(read.size()), nullptr, read.data(), nullptr, &status);
-    fits_read_key(file, TSTRING, "OBSERVER", observer, nullptr, &status);
     fits_close_file(file, &status);
     ASSERT_EQ(status, 0);
     EXPECT_EQ(bitpix, 16);
     EXPECT_THAT(sizes, testing::ElementsAre(width, height));
-    EXPECT_STREQ(observer, "Ann O'Hara");
     for (size_t y = 0, row = size_t(width); y < size_t(height); ++y)
         ASSERT_TRUE(std::equal(&read[y * row], &read[y * row] + row, &image[(height - 1 - y) * row])) << "row " << y;
 
