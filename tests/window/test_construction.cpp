@@ -16,7 +16,7 @@ std::string runWith(const std::string& resource, const std::string& from, const 
     const std::string program = std::filesystem::read_symlink("/proc/self/exe").string();
     const std::string command = "sed 's/" + from + "/" + to + "/' " OBRI_RESOURCES "/" + resource + " >" + resource +
                                 "; G_RESOURCE_OVERLAYS=/org/obricam/camctl=" + folder.path().string() + " " + program +
-                                " --gtest_filter=Controls.InvertAlsoMirrorsTheBounds 2>&1 </dev/null";
+                                " --gtest_filter=Controls.CheckBoxesSendTheirState 2>&1 </dev/null";
     FILE* pipe = popen(command.c_str(), "r");
     std::string output;
     for (int c = 0; (c = fgetc(pipe)) != EOF;)

@@ -76,9 +76,8 @@ TEST_F(FrameRecording, LossesAreThoseBetweenTheRecordedFrames)
 
 TEST_F(FrameRecording, AverageOfFramesBecomesOneFile)
 {
-    const std::pair<char, const char*> kinds[] = {{'P', "'Light Frame'"}, {'D', "'Dark Frame'"}, {'F', "'Flat Frame'"}};
-    for (const auto& [kind, type] : kinds) {
-        frames();
+    frames();
+    for (const char kind : {'P', 'D'}) {
         ASSERT_TRUE(processor.StartRecordingAveragedFits(kind, 3));
         for (int value : {0x10, 0x20, 0x50}) { // mean 42.67, cut to 42
             EXPECT_TRUE(filesIn("fits").empty());
@@ -91,7 +90,7 @@ TEST_F(FrameRecording, AverageOfFramesBecomesOneFile)
         const auto [path, file] = *filesIn("fits").begin();
         EXPECT_EQ(pixelInFile(file), 42);
         EXPECT_THAT(file, HasSubstr("T06:07:16.250"));
-        EXPECT_THAT(file, HasSubstr(std::string("IMAGETYP= ") + type));
+        EXPECT_THAT(file, HasSubstr(kind == 'P' ? "IMAGETYP= 'Light Frame'" : "IMAGETYP= 'Dark Frame'"));
         EXPECT_EQ(file.find("HISTORY = 'AVG_3'") == std::string::npos, kind == 'P');
         EXPECT_EQ(processor.m_processedFitsFiles.count(path), 1u);
         std::filesystem::remove(path);

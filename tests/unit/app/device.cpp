@@ -43,18 +43,6 @@ TEST(RetryPolicy, RepeatsAllButTheTransientErrors)
     }
 }
 
-TEST(VideoMemory, AFailedDequeueHandsOutNoBytes)
-{
-    sError = ENODEV;
-    SVideoMemory memory{};
-    memory.videoBuffer.bytesused = 4096; // of the frame before
-    void* frame = nullptr;
-    testing::internal::CaptureStderr();
-    EXPECT_EQ(dequeueFrameBuffer(0, &memory, &frame), 0);
-    EXPECT_EQ(testing::internal::GetCapturedStderr(), "Failed to dequeue frame buffer... (No such device)\n");
-    EXPECT_EQ(memory.dequeueError, ENODEV);
-}
-
 TEST(FatalFailure, SaysWhatAndEndsWithStatus255)
 {
     sError = ENODEV;

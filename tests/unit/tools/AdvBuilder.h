@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <bit>
 #include <cstdint>
 #include <fstream>
@@ -63,15 +64,9 @@ public:
         m_bytes.clear();
         frameAt.clear();
         put({{0x46545346, 4}, {2, 1}, {0, 4}, {0, 8}, {0, 8}, {0, 8}, {2, 1}});
-        for (const char* stream : {"MAIN", "CALIBRATION"}) {
-            putText(stream);
-            put({{0, 4}, {1000000000, 8}, {1000000, 4}, {0, 8}});
-        }
-        put({{2, 1}});
-        putText("IMAGE");
-        put({{sImageAt, 8}});
-        putText("STATUS");
-        put({{0, 8}});
+        for (const char* stream : {"MAIN", "CALIBRATION"})
+            put({{stream}, {0, 4}, {1000000000, 8}, {1000000, 4}, {0, 8}});
+        put({{2, 1}, {"IMAGE"}, {sImageAt, 8}, {"STATUS"}, {0, 8}});
         putImageSection();
         patch(sImageAt - 8, m_bytes.size(), 8);
         putStatusSection();
@@ -86,37 +81,37 @@ public:
     }
 
 private:
+    /// A number of some bytes, or a text behind its length.
     struct SField {
-        uint64_t value, bytes;
+        SField(uint64_t value, uint64_t size) : bytes(size)
+        {
+            for (uint64_t i = 0; i < size; ++i)
+                bytes[i] = static_cast<uint8_t>(value >> 8 * i);
+        }
+        SField(const std::string& text) : SField(text.size(), 2)
+        {
+            bytes.insert(bytes.end(), text.begin(), text.end());
+        }
+        Bytes bytes;
     };
     static constexpr uint64_t sImageAt = 133;
 
     void put(std::initializer_list<SField> fields)
     {
-        for (const SField& field : fields) {
-            m_bytes.resize(m_bytes.size() + field.bytes);
-            patch(m_bytes.size() - field.bytes, field.value, field.bytes);
-        }
+        for (const SField& field : fields)
+            m_bytes.insert(m_bytes.end(), field.bytes.begin(), field.bytes.end());
     }
 
-    void patch(uint64_t at, uint64_t value, uint64_t bytes)
+    void patch(uint64_t at, uint64_t value, uint64_t size)
     {
-        for (uint64_t i = 0; i < bytes; ++i)
-            m_bytes.at(at + i) = static_cast<uint8_t>(value >> 8 * i);
-    }
-
-    void putText(const std::string& value)
-    {
-        put({{value.size(), 2}});
-        m_bytes.insert(m_bytes.end(), value.begin(), value.end());
+        const Bytes bytes = SField(value, size).bytes;
+        std::copy(bytes.begin(), bytes.end(), &m_bytes.at(at));
     }
 
     void putTags(const Tags& tags)
     {
-        for (const auto& [name, value] : tags) {
-            putText(name);
-            putText(value);
-        }
+        for (const auto& [name, value] : tags)
+            put({{name}, {value}});
     }
 
     void putImageSection()
@@ -151,10 +146,8 @@ private:
                                           "HDOP"};
         constexpr uint8_t sTypes[] = {5, 3, 2, 0, 0, 4, 2, 4, 4, 4, 4, 4};
         put({{2, 1}, {1000000, 8}, {12, 1}});
-        for (size_t i = 0; i < 12; ++i) {
-            putText(sNames[i]);
-            put({{sTypes[i], 1}});
-        }
+        for (size_t i = 0; i < 12; ++i)
+            put({{sNames[i]}, {sTypes[i], 1}});
     }
 
     void putFrame(const SFrame& frame)
@@ -166,8 +159,7 @@ private:
         put({{0xEE0122FF, 4}, {0, 1}, {start, 8}, {end, 8}, {length, 4}, {frame.layout, 1}, {0, 1}});
         m_bytes.insert(m_bytes.end(), frame.pixels.begin(), frame.pixels.end());
         put({{69 + frame.gain.size(), 4}, {(start + end) >> 1, 8}, {end - start, 4}, {12, 1}, {0, 1}});
-        putText(frame.gain);
-        put({{1, 1}, {sFirstStart, 8}, {2, 1}, {frame.counter, 4}, {3, 1}, {frame.satellites, 1}});
+        put({{frame.gain}, {1, 1}, {sFirstStart, 8}, {2, 1}, {frame.counter, 4}, {3, 1}, {frame.satellites, 1}});
         put({{4, 1}, {frame.fix, 1}, {5, 1}, {temperature, 4}, {6, 1}, {frame.dopTime, 4}});
         for (uint8_t dop = 0; dop < 5; ++dop)
             put({{7u + dop, 1}, {std::bit_cast<uint32_t>(1.5f + dop), 4}});
