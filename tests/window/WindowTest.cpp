@@ -65,6 +65,7 @@ WindowTest::WindowTest() : camera(sCamera), m_programsHistogram(std::exchange(m_
     window->present();
     waitUntil([&] { return window->get_mapped(); });
     letPass(0.1);
+    camera.take();
 }
 
 WindowTest::~WindowTest()

@@ -8,7 +8,9 @@
 #include <gtest/gtest.h>
 #include <gtkmm/application.h>
 #include <memory>
+#include <stdexcept>
 #include <string>
+#include <utility>
 #include <vector>
 
 /// Stands in for camera and recorders: notes every call as text, and is in whatever state a test puts it.
@@ -39,7 +41,6 @@ protected:
             throw std::runtime_error("no such widget: " + id);
         return *widget;
     }
-    bool isEnabled(const char* action) { return window->get_action_enabled(action); }
 
     /// What the screen shows of a widget, in its top left corner; words 0x00RRGGBB.
     std::vector<uint32_t> look(Gtk::Widget& widget, int width, int height);

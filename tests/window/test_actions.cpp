@@ -12,8 +12,6 @@ using Names = std::vector<std::string>;
 
 class Actions : public WindowTest {
 protected:
-    Actions() { camera.take(); }
-
     Names activate(const char* action)
     {
         window->activate_action(action);

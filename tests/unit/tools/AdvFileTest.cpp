@@ -3,8 +3,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-namespace {
-
 using namespace obriadv;
 using testing::HasSubstr;
 
@@ -37,5 +35,3 @@ TEST(AdvFile, WhatIsNoRecordingIsRefusedWithAReason)
     EXPECT_THAT(file.open("/nonexistent/recording.adv"), HasSubstr("No such file"));
     EXPECT_THAT(file.open("/dev/zero"), HasSubstr("not a regular file"));
 }
-
-} // namespace

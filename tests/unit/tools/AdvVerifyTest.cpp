@@ -124,31 +124,28 @@ TEST(CommandLine, StatusTellsWhatHappened)
     writeWhole("good.adv", AdvBuilder().add(5).build());
     writeWhole("bad.adv", interrupted.add(5).build());
     writeWhole("other.adv", {'S', 'I', 'M', 'P', 'L', 'E'});
-    const struct {
-        std::vector<std::string> words;
-        int status;
-        std::string out, err; ///< how they begin
-    } cases[] = {
-        {{"verify", "good.adv"}, 0, "good.adv: OK, 5 frames, no frame lost, every byte accounted for", ""},
-        {{"verify", "bad.adv"}, 1, "bad.adv: 2 findings", ""},
-        {{"verify", "other.adv"}, 2, "other.adv: not an ADV recording", ""},
-        {{"verify", "none"}, 2, "none: cannot open", ""},
-        {{"info", "good.adv", "--json"}, 0, "{\n", ""},
-        {{"info", "other.adv"}, 2, "", "obri-adv: other.adv"},
-        {{"info", "--yaml", "good.adv"}, 2, "", "obri-adv: info has no option \"--yaml\""},
-        {{"frame", "good.adv", "5", "x.fits"}, 1, "", "obri-adv: good.adv: there is no frame 5"},
-        {{"frame", "good.adv", "-1", "x.fits"}, 2, "", "obri-adv: \"-1\" is no frame number"},
-        {{"lightcurve", "good.adv", "--at", "3,nan"}, 2, "", "obri-adv: \"--at\" wants two numbers"},
-        {{"lightcurve", "good.adv", "--at=3,3", "--radius=1000000"}, 2, "", "obri-adv: the aperture and the ring"},
-        {{"lightcurve", "good.adv", "--at=-9999,3"}, 1, "", "obri-adv: good.adv: frame 0: the aperture"},
-        {{"compress", "bad.adv", "y.adv"}, 1, "", "obri-adv: bad.adv: the recording is not whole"},
-        {{"polish", "good.adv"}, 2, "", "obri-adv: there is no command \"polish\""},
+    const std::tuple<std::vector<std::string>, int, std::string> cases[] = {
+        // what is said begins so
+
+        {{"verify", "good.adv"}, 0, "good.adv: OK, 5 frames, no frame lost, every byte accounted for"},
+        {{"verify", "bad.adv"}, 1, "bad.adv: 2 findings"},
+        {{"verify", "other.adv"}, 2, "other.adv: not an ADV recording"},
+        {{"verify", "none"}, 2, "none: cannot open"},
+        {{"info", "good.adv", "--json"}, 0, "{\n"},
+        {{"info", "other.adv"}, 2, "obri-adv: other.adv"},
+        {{"info", "--yaml", "good.adv"}, 2, "obri-adv: info has no option \"--yaml\""},
+        {{"frame", "good.adv", "5", "x.fits"}, 1, "obri-adv: good.adv: there is no frame 5"},
+        {{"frame", "good.adv", "-1", "x.fits"}, 2, "obri-adv: \"-1\" is no frame number"},
+        {{"lightcurve", "good.adv", "--at", "3,nan"}, 2, "obri-adv: \"--at\" wants two numbers"},
+        {{"lightcurve", "good.adv", "--at=3,3", "--radius=1000000"}, 2, "obri-adv: the aperture and the ring"},
+        {{"lightcurve", "good.adv", "--at=-9999,3"}, 1, "obri-adv: good.adv: frame 0: the aperture"},
+        {{"compress", "bad.adv", "y.adv"}, 1, "obri-adv: bad.adv: the recording is not whole"},
+        {{"polish", "good.adv"}, 2, "obri-adv: there is no command \"polish\""},
     };
-    for (const auto& one : cases) {
+    for (const auto& [words, status, said] : cases) {
         std::ostringstream out, err;
-        EXPECT_EQ(runTool(one.words, out, err), one.status) << out.str() << err.str();
-        EXPECT_THAT(out.str(), StartsWith(one.out));
-        EXPECT_THAT(err.str(), StartsWith(one.err));
+        EXPECT_EQ(runTool(words, out, err), status) << out.str() << err.str();
+        EXPECT_THAT((said.find("obri-adv: ") == 0 ? err : out).str(), StartsWith(said));
         EXPECT_EQ(err.str().find('\n') + 1, err.str().size()) << "one line or none: " << err.str();
     }
     EXPECT_FALSE(std::filesystem::exists("y.adv") || std::filesystem::exists("y.adv.part"));

@@ -14,31 +14,19 @@ namespace {
 using namespace obriadv;
 using testing::HasSubstr;
 
-AdvBuilder recording()
-{
-    AdvBuilder builder(140, 4); // the camera's data block takes 128 pixels of the last row
-    builder.metadata.push_back(
-        {"OBSERVER", "J\xC3\xB6rg with a name that goes on and on, longer than what fits into one card of a header"});
-    return builder.add(3);
-}
-
-/// Leaves out the checksum.
-OverlayRow overlay()
-{
-    OverlayRow row(0, 5);
-    row.u32(56, 38461538);                         // exposure, ns
-    row.u32(64, 471505208);                        // north
-    row.u32(68, static_cast<uint32_t>(-85476924)); // west
-    row.u32(72, 0x00030308);                       // 3 m, fix, 8 satellites
-    row.u32(76, 412500);                           // mm
-    row.u16(96, 0x1501);                           // 21 degrees
-    return row;
-}
-
 TEST(FitsExport, HoldsTheFrameAsRecordedAndPassesFitsverify)
 {
-    AdvBuilder builder = recording();
-    memcpy(&builder.frames[1].pixels[2 * 3 * 140], overlay().row(), 256);
+    OverlayRow overlay(0, 5);                          // of a layout without checksum
+    overlay.u32(56, 38461538);                         // exposure, ns
+    overlay.u32(64, 471505208);                        // north
+    overlay.u32(68, static_cast<uint32_t>(-85476924)); // west
+    overlay.u32(72, 0x00030308);                       // 3 m, fix, 8 satellites
+    overlay.u32(76, 412500);                           // mm
+    overlay.u16(96, 0x1501);                           // 21 degrees
+    AdvBuilder builder(140, 4);                        // the camera's data block takes 128 pixels of the last row
+    builder.metadata.push_back(
+        {"OBSERVER", "J\xC3\xB6rg with a name that goes on and on, longer than what fits into one card of a header"});
+    memcpy(&builder.add(3).frames[1].pixels[2 * 3 * 140], overlay.row(), 256);
     const TemporaryFolder folder;
     AdvFile file;
     ASSERT_EQ(openBytes(file, builder.build()), "");
@@ -69,7 +57,8 @@ TEST(FitsExport, HoldsTheFrameAsRecordedAndPassesFitsverify)
 
 TEST(FitsExport, WithoutOverlayOrValidTimeItInventsNothing)
 {
-    AdvBuilder builder = recording();
+    AdvBuilder builder;
+    builder.add(1);
     builder.frames[0].startNs = builder.frames[0].endNs = -1262304000000000000;
     const TemporaryFolder folder;
     AdvFile file;

@@ -2,7 +2,6 @@
 #include "../base/TemporaryFolder.h"
 #include "OpenBytes.h"
 
-#include <cmath>
 #include <cstring>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -4,8 +4,6 @@
 #include "AdvRewrite.h"
 #include "AdvVerify.h"
 
-namespace {
-
 using namespace obriadv;
 
 using WriterAgreement = AdvRecording;
@@ -47,5 +45,3 @@ TEST_F(WriterAgreement, EveryByteIsAccountedForAndEveryFrameIsRight)
         }
     }
 }
-
-} // namespace
