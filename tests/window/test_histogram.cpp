@@ -30,29 +30,26 @@ protected:
     /// Presses the button at the first point, goes through all of them and releases it at the last.
     void drag(const std::vector<std::pair<double, double>>& way, guint button = 1)
     {
-        send(GDK_BUTTON_PRESS, [&](GdkEvent& event) {
-            std::tie(event.button.x, event.button.y) = way.front();
-            event.button.button = button;
-        });
+        send(GDK_BUTTON_PRESS, way.front(), button);
         for (const auto& point : way)
-            send(GDK_MOTION_NOTIFY, [&](GdkEvent& event) {
-                std::tie(event.motion.x, event.motion.y) = point;
-                event.motion.state = GDK_BUTTON1_MASK;
-            });
-        send(GDK_BUTTON_RELEASE, [&](GdkEvent& event) { event.button.button = button; });
+            send(GDK_MOTION_NOTIFY, point, button);
+        send(GDK_BUTTON_RELEASE, way.back(), button);
     }
+
     Gtk::DrawingArea& area = find<Gtk::DrawingArea>("ctlHistogram");
     const Rect plot = m_histogram->GetPlotRect();
     const libobribase::HistogramDragger &low = m_histogram->GetLowDragger(), &high = m_histogram->GetHighDragger(),
                                         &mid = m_histogram->GetMidDragger();
 
 private:
-    template <class Fill>
-    void send(GdkEventType type, Fill fill)
+    void send(GdkEventType type, std::pair<double, double> at, guint button)
     {
         GdkEvent* event = gdk_event_new(type);
         event->any.window = GDK_WINDOW(g_object_ref(area.get_window()->gobj()));
-        fill(*event);
+        std::tie(event->button.x, event->button.y) = at; // a motion has its own in the same place
+        event->button.state = GDK_BUTTON1_MASK;
+        if (type != GDK_MOTION_NOTIFY)
+            event->button.button = button;
         gdk_event_set_device(event, gdk_seat_get_pointer(gdk_display_get_default_seat(gdk_display_get_default())));
         gtk_main_do_event(event);
         gdk_event_free(event);

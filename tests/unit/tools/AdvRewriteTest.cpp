@@ -83,17 +83,21 @@ TEST_F(AdvRewrite, RepairLeavesOutADamagedRecordAndWritesAnIndexOfFullWidth)
     builder.add(5);
     builder.frames[4].startNs += 500'000'000'000; // ticks beyond 32 bits
     builder.frames[4].endNs += 500'000'000'000;
-    Bytes bytes = builder.build();
-    bytes[builder.frameAt[1]] = 0;
-    writeWhole("in.adv", bytes);
-    EXPECT_THAT(repairRecording("in.adv", "out.adv").summary, HasSubstr("4 whole frames kept, 200 bytes"));
-    AdvFile file;
-    ASSERT_EQ(file.open("out.adv"), "");
-    EXPECT_EQ(file.index().entries.at(3).ticks, 5'001'600'000u);
-    const SVerifyReport report = verifyRecording(file, "out.adv");
-    EXPECT_TRUE(report.findings.empty()) << report.text();
-    ASSERT_FALSE(report.gaps.empty());
-    EXPECT_EQ(report.gaps[0].missing, 1u);
+    const Bytes whole = builder.build();
+    for (const uint64_t inRecord : {0, 4, 21, 24, 25 + 98, 25 + 98 + 3, 25 + 98 + 16}) { // magic, stream, N, M, entries
+        Bytes bytes = whole;
+        bytes[builder.frameAt[1] + inRecord] ^= 0x5A;
+        writeWhole("in.adv", bytes);
+        const std::string out = std::to_string(inRecord);
+        EXPECT_THAT(repairRecording("in.adv", out).summary, HasSubstr("4 whole frames kept, 200 bytes"));
+        AdvFile file;
+        ASSERT_EQ(file.open(out), "");
+        EXPECT_EQ(file.index().entries.at(3).ticks, 5'001'600'000u);
+        const SVerifyReport report = verifyRecording(file, out);
+        EXPECT_TRUE(report.findings.empty()) << report.text();
+        ASSERT_FALSE(report.gaps.empty());
+        EXPECT_EQ(report.gaps[0].missing, 1u);
+    }
 }
 
 } // namespace
