@@ -112,8 +112,10 @@ TEST_F(HistogramModel, PresetsAndInversionReachWhatADragCouldNot)
     EXPECT_EQ(low.value, high.value);
     EXPECT_EQ(low.value, 65535 - 188 * 65535 / 400);
 
-    commit({{10, 10}, {50, 80}, {60, 10}});
+    // Two pixels beyond either bound: up to bin 49 there are 2, up to 59 there are 98.
+    commit({{10, 2}, {50, 96}, {60, 2}});
     histogram.SetHistoBounds(95); // far below the low bound that is held, by keyboard
+    EXPECT_EQ(low.value, 49 * 65535 / 1023);
     EXPECT_EQ(high.value, 59 * 65535 / 1023);
     histogram.OnContinueDrag(250, 50);
     EXPECT_EQ(low.value, high.value);

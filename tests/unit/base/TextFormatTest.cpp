@@ -68,7 +68,7 @@ TEST(JsonValue, FindsValuesOfTheOutermostObjectAndRefusesWhatIsNoJson)
     EXPECT_EQ(json(text, "inner"), "{\"x\": [1, {\"a\":\"}\"}], \"name\": 1}");
     EXPECT_EQ(json(text, "x"), "(none)");
     for (const char* bad : {"", "[1]", "{\"a\"", "{\"a\":", "{\"a\":}", "{\"a\":01}", "{\"a\":1", "{\"a\":\"x", "{a:1}",
-                            "{\"a\":tru}", "{\"a\":[1,]}", "{\"b\":[}, \"a\":1}", "{\"a\":\"\\ud800\"}",
+                            "{\"a\":tru}", "{\"a\":[1,]}", "{\"b\":[}, \"a\":1}", "{\"a\":\"\\ud800\\u0041\"}",
                             "{\"a\":\"\\x\"}", "{\"a\":\"\n\"}", "{\"a\":-}", "{\"a\":1.}"})
         EXPECT_EQ(json(bad, "a"), "(none)") << bad;
     EXPECT_EQ(json("{\"a\":" + std::string(100000, '['), "a"), "(none)"); // and does not exhaust the stack
