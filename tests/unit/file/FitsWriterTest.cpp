@@ -66,7 +66,7 @@ TEST_F(FitsFile, FullDiskThrowsAndLeavesNoFile)
         EXPECT_EQ(write("a.fits", 640, 480), "Failed to write FITS file. (File too large)") << size;
     }
     EXPECT_EQ(write("missing/a.fits", 2, 2), "Failed to open FITS file for writing.");
-    FitsWriter sizeless("a.fits", &provider);
+    FitsWriter sizeless("b.fits", &provider);
     EXPECT_THROW(sizeless.WriteImage(nullptr), std::invalid_argument);
     EXPECT_TRUE(std::filesystem::is_empty("."));
     std::filesystem::create_symlink("/dev/full", "device"); // what is no file of ours stays
