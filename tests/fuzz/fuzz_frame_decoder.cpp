@@ -8,6 +8,7 @@
 
 #include "../../bench/PixelReference.h"
 
+#include <numeric>
 #include <vector>
 
 namespace {
@@ -20,6 +21,7 @@ struct SCase {
         showOverflow;
     std::vector<uint8_t> raw; ///< of exactly the frame's size
     std::vector<uint16_t> dark, flat;
+    std::vector<uint32_t> curve = std::vector<uint32_t>(65536);
     size_t area() const { return static_cast<size_t>(width) * static_cast<size_t>(height); }
 };
 
@@ -36,7 +38,8 @@ struct SOutcome {
 SCase caseOf(const uint8_t* data, size_t size)
 {
     SCase c{};
-    c.width = 1 + data[0] + (data[2] & 1) * 200; // 205 columns and 35 rows have a mean
+    std::iota(c.curve.begin(), c.curve.end(), 0x100); // no grey
+    c.width = 1 + data[0] + (data[2] & 1) * 200;      // 205 columns and 35 rows have a mean
     c.height = 1 + data[1] % 48;
     c.isCompressed = data[2] >> 1 & 1;
     c.lineNoise = data[2] >> 2 & 1;
@@ -57,13 +60,6 @@ SCase caseOf(const uint8_t* data, size_t size)
     return c;
 }
 
-const std::vector<uint32_t> sCurve = [] {
-    std::vector<uint32_t> colours(65536);
-    for (uint32_t i = 0; i < colours.size(); ++i)
-        colours[i] = i * 0x9E37 & 0xFFFFFF;
-    return colours;
-}();
-
 SOutcome processed(SCase& c)
 {
     SOutcome out(c.area());
@@ -73,7 +69,7 @@ SOutcome processed(SCase& c)
     frame.CalculateFrameLineAverages();
     frame.ApplyNoiseDarkFlatProcessing(c.lineNoise, c.keepRows, static_cast<uint16_t>(c.pedestal),
                                        static_cast<uint16_t>(c.flatScale));
-    frame.CreatePreview(nullptr, nullptr, out.rgb.data(), out.bins.data(), sCurve.data(), out.profile.data(), 20, 20,
+    frame.CreatePreview(nullptr, nullptr, out.rgb.data(), out.bins.data(), c.curve.data(), out.profile.data(), 20, 20,
                         c.rawRows, c.rawColumns, 0, c.inverted, 0, c.showOverflow);
     return out;
 }
@@ -86,7 +82,7 @@ SOutcome expected(SCase& c)
     out.mean = frame.m_mean;
     frame.lineAverages();
     frame.correct(c.lineNoise, c.keepRows, c.pedestal, c.flatScale);
-    frame.preview({out.rgb.data(), out.bins.data(), sCurve.data(), out.profile.data(), 20, 20, c.rawRows, c.rawColumns,
+    frame.preview({out.rgb.data(), out.bins.data(), c.curve.data(), out.profile.data(), 20, 20, c.rawRows, c.rawColumns,
                    0, c.inverted, 0, c.showOverflow, nullptr});
     return out;
 }

@@ -9,21 +9,6 @@
 
 using namespace libobribase;
 
-namespace {
-
-// An overlay that another frame has left behind.
-BinaryOverlay leftBehind(int32_t base)
-{
-    BinaryOverlay overlay;
-    overlay.m_offset = base;
-    overlay.m_frameId = 0xDEADBEEF;
-    overlay.m_fromTime = {2024, 3, 5, 6, 7, 8, 9};
-    overlay.m_dop[4] = 0xD0D0;
-    return overlay;
-}
-
-} // namespace
-
 // First byte: words before the row; second: the base found so far; then the words, low byte first.
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
@@ -37,7 +22,11 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     const auto frame = std::make_unique<uint16_t[]>(words);
     memcpy(frame.get(), data + 2, words * sizeof(uint16_t));
 
-    const BinaryOverlay before = leftBehind(sBases[data[1] % 3]);
+    BinaryOverlay before; // what another frame has left behind
+    before.m_offset = sBases[data[1] % 3];
+    before.m_frameId = 0xDEADBEEF;
+    before.m_fromTime = {2024, 3, 5, 6, 7, 8, 9};
+    before.m_dop[4] = 0xD0D0;
     BinaryOverlay overlay = before;
     overlay.ParseBinaryOverlay(frame.get() + ahead, ahead, words - ahead);
     require(overlay.m_offset == 0 || overlay.m_offset == 1 || overlay.m_offset == -2);

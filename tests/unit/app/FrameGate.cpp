@@ -10,12 +10,6 @@ using namespace std::chrono_literals;
 
 namespace {
 
-void open(FrameGate& gate)
-{
-    const FrameGate::Control control(gate);
-    gate.openSession();
-}
-
 bool frameEnters(FrameGate& gate, uint64_t session)
 {
     return static_cast<bool>(FrameGate::Frame(gate, session));
@@ -26,17 +20,17 @@ bool frameEnters(FrameGate& gate, uint64_t session)
 TEST(FrameGate, FramesOfAnEndedStreamAreLeftAlone)
 {
     FrameGate gate;
-    open(gate);
+    gate.openSession();
     const uint64_t first = gate.session();
     EXPECT_TRUE(frameEnters(gate, first));
     gate.endSession();
     EXPECT_FALSE(frameEnters(gate, first));
     EXPECT_FALSE(frameEnters(gate, gate.session())) << "no stream at all";
-    open(gate);
+    gate.openSession();
     EXPECT_FALSE(frameEnters(gate, first)) << "another stream";
     EXPECT_TRUE(frameEnters(gate, gate.session()));
     gate.closeForGood();
-    open(gate);
+    gate.openSession();
     EXPECT_FALSE(frameEnters(gate, gate.session())) << "closed for good";
 }
 
@@ -44,7 +38,7 @@ TEST(FrameGate, FramesOfAnEndedStreamAreLeftAlone)
 TEST(FrameGate, OperationsRunBetweenFramesAndAreNotStarved)
 {
     FrameGate gate;
-    open(gate);
+    gate.openSession();
     std::atomic<bool> stop{false};
     int unguarded = 0; // plain on purpose: the thread sanitizer sees a gate that lets two in
     std::atomic<uint64_t> frames{0};
