@@ -4,28 +4,22 @@
 #include <gtest/gtest.h>
 
 using testing::HasSubstr;
+using testing::IsEmpty;
 using testing::Not;
 
-namespace {
-
-/// Expects one clear line and nothing asked of the camera.
-void expectRefused(Program& program, const std::string& reason)
-{
-    ASSERT_TRUE(program.waitForEnd());
-    EXPECT_EQ(program.exitStatus(), 1);
-    EXPECT_EQ(countLines(program.standardError(), ""), 1u) << program.standardError();
-    EXPECT_THAT(program.standardError(), HasSubstr(reason));
-    EXPECT_TRUE(program.cameraCommands().empty());
-}
-
-} // namespace
-
+// Fails when what cannot run gets anything but one clear line, or asks anything of the camera.
 TEST(CommandLine, WrongOptionOrMissingDisplayIsOneClearLine)
 {
-    Program wrong({.arguments = {"--no-gui", "--observer=me", "--nonsense"}, .withDisplay = false});
-    expectRefused(wrong, "--observer");
-    Program blind({.withDisplay = false});
-    expectRefused(blind, "display");
+    const std::pair<std::vector<std::string>, const char*> refusals[] = {
+        {{"--no-gui", "--observer=me", "--nonsense"}, "--observer"}, {{}, "display"}};
+    for (const auto& [arguments, reason] : refusals) {
+        Program program({.arguments = arguments, .withDisplay = false});
+        ASSERT_TRUE(program.waitForEnd());
+        EXPECT_EQ(program.exitStatus(), 1);
+        EXPECT_EQ(countLines(program.standardError(), ""), 1u);
+        EXPECT_THAT(program.standardError(), HasSubstr(reason));
+        EXPECT_THAT(program.cameraCommands(), IsEmpty());
+    }
 }
 
 // Fails when a second terminal can disturb the program that waits for the event.

@@ -13,17 +13,15 @@ using testing::IsEmpty;
 
 namespace {
 
-enum class EMoment { Alone, Recording };
-
 struct SRun {
     SFault fault;
     SFrameSize size;
-    EMoment moment;
+    bool isRecording;
 
     std::string what() const
     {
         return std::to_string(size.width) + " x " + std::to_string(size.height) +
-               (moment == EMoment::Recording ? ", recording" : ", streaming");
+               (isRecording ? ", recording" : ", streaming");
     }
 };
 
@@ -33,21 +31,20 @@ bool isForEveryDay(const SRun& run)
     const std::string name = run.fault.name;
     const bool isForRecordings =
         name == "Stream dies once" || name == "Dequeueing fails for good" || name == "Overlay with a wrong checksum";
-    return run.fault.status != 0 ||
-           (isForRecordings && run.moment == EMoment::Recording && run.size.row == sSmallSize.row);
+    return run.fault.status != 0 || (isForRecordings && run.isRecording && run.size.row == sSmallSize.row);
 }
 
 std::vector<SRun> runs()
 {
     std::vector<SRun> all;
     for (const SFault& fault : sStartFaults)
-        all.push_back({fault, sFullSize, EMoment::Alone});
+        all.push_back({fault, sFullSize, false});
     for (const SFault& fault : sStreamFaults) {
-        all.push_back({fault, sFullSize, EMoment::Alone});
-        all.push_back({fault, sFullSize, EMoment::Recording});
+        all.push_back({fault, sFullSize, false});
+        all.push_back({fault, sFullSize, true});
         // A camera that refuses to stop refuses another size too, and ends the program with the line for it.
         if (fault.options.front() != "--streamoff-error")
-            all.push_back({fault, sSmallSize, EMoment::Recording});
+            all.push_back({fault, sSmallSize, true});
     }
     if (!isNightly())
         std::erase_if(all, [](const SRun& run) { return !isForEveryDay(run); });
@@ -93,7 +90,7 @@ std::string fileText(const SFault& fault, const SHeld& held)
     return fault.remark ? text + "; " + fault.remark : text;
 }
 
-void writeRow(const SRun& run, const Program& program, const std::string& file = "none")
+void writeRow(const SRun& run, const Program& program, const std::string& file)
 {
     const char* folder = getenv("OBRI_FAULT_MATRIX");
     if (!folder)
@@ -107,95 +104,76 @@ void writeRow(const SRun& run, const Program& program, const std::string& file =
 
 std::ostream& operator<<(std::ostream& stream, const SRun& run)
 {
-    std::string name =
-        std::string(run.fault.name) + run.size.name + (run.moment == EMoment::Recording ? "Recording" : "Alone");
+    std::string name = std::string(run.fault.name) + run.size.name + (run.isRecording ? "Recording" : "Alone");
     std::erase_if(name, [](unsigned char c) { return !isalnum(c); });
     return stream << name;
 }
 
-class FaultMatrix : public testing::TestWithParam<SRun> {
-protected:
-    void runToItsEnd()
-    {
-        Program program({.simulator = GetParam().fault.options});
-        ASSERT_TRUE(program.waitForEnd()) << "hangs";
-        expectSaid(program);
-        writeRow(GetParam(), program);
-    }
+/// Streams, and records when asked to. False when a busy machine was not ready before the fault.
+bool isReadyFor(const SRun& run, size_t at, Program& program)
+{
+    streamAt(program, run.size);
+    setExposure(program, 40);
+    if (run.isRecording)
+        startRecording(program);
+    return testing::Test::HasFatalFailure() || program.frameLog().size() + sFramesUntilProcessed < at;
+}
 
-    /// Streams, and records when asked to. False when a busy machine was not ready before the fault.
-    bool isReadyFor(size_t at, Program& program)
-    {
-        streamAt(program, GetParam().size);
-        setExposure(program, 40);
-        if (GetParam().moment == EMoment::Recording)
-            startRecording(program);
-        return HasFatalFailure() || program.frameLog().size() + sFramesUntilProcessed < at;
-    }
+/// Watches what comes of the fault, and ends the program.
+void watch(const SRun& run, size_t at, Program& program)
+{
+    const SFault& fault = run.fault;
+    const auto hasHappened = [&] {
+        return (!fault.lines.empty() || program.frameLog().size() >= at + 15) &&
+               std::all_of(fault.lines.begin(), fault.lines.end(), [&](const std::string& line) {
+                   return program.standardError().find(line) != std::string::npos;
+               });
+    };
+    ASSERT_TRUE(waitFor(hasHappened)) << "the fault did not come\n"
+                                      << program.standardError() << program.frameLog().size();
+    std::this_thread::sleep_for(Seconds(fault.seconds));
+    ASSERT_FALSE(program.hasEnded()) << "status " << program.exitStatus() << "\n" << program.standardError();
+    EXPECT_EQ(program.isEnabled("stopRecording"), run.isRecording && !fault.endsRecording);
+    if (program.isEnabled("stopRecording"))
+        program.activate("stopRecording");
+    program.activate("quit");
+}
 
-    /// Watches what comes of the fault.
-    void runThroughFault(size_t at, Program& program)
-    {
-        const SFault& fault = GetParam().fault;
-        ASSERT_TRUE(waitFor([&] { return hasHappened(at, program); }))
-            << "the fault did not come\n"
-            << program.standardError() << program.frameLog().size();
-        std::this_thread::sleep_for(Seconds(fault.seconds));
-        ASSERT_FALSE(program.hasEnded()) << "status " << program.exitStatus() << "\n" << program.standardError();
-        if (GetParam().moment == EMoment::Recording) {
-            EXPECT_EQ(!program.isEnabled("stopRecording"), fault.endsRecording);
-        }
-        if (program.isEnabled("stopRecording"))
-            program.activate("stopRecording");
-        program.activate("quit");
-        ASSERT_TRUE(program.waitForEnd()) << "hangs";
-        expectSaid(program);
-        if (GetParam().moment == EMoment::Recording)
-            judgeRecording(program);
-        else
-            writeRow(GetParam(), program);
+/// Gaps and odd times are the camera's; a file with a byte that is nothing, or without its index, is ours.
+void judgeRecording(const SFault& fault, const std::filesystem::path& recording,
+                    const std::map<uint32_t, SCameraFrame>& camera, const SHeld& held)
+{
+    EXPECT_THAT(held.strangers, IsEmpty());
+    EXPECT_EQ(held.missing, fault.missing);
+    EXPECT_GE(held.frames, 10u);
+    if (!fault.remark && fault.missing == 0) {
+        EXPECT_THAT(differences(recording, camera), IsEmpty());
     }
+    obriadv::AdvFile file;
+    ASSERT_EQ(file.open(recording), "");
+    EXPECT_THAT(file.damage(), IsEmpty());
+    EXPECT_EQ(file.index().mainCount, file.frames().size());
+}
 
-    static bool hasHappened(size_t at, const Program& program)
-    {
-        const SFault& fault = GetParam().fault;
-        const std::string errors = program.standardError();
-        if (fault.lines.empty() && program.frameLog().size() < at + 15)
-            return false;
-        return std::all_of(fault.lines.begin(), fault.lines.end(),
-                           [&](const std::string& line) { return errors.find(line) != std::string::npos; });
-    }
+void judge(const SRun& run, const Program& program)
+{
+    EXPECT_EQ(program.exitStatus(), run.fault.status);
+    const std::string errors = program.standardError();
+    for (const std::string& line : run.fault.lines)
+        EXPECT_THAT(errors, HasSubstr(line));
+    // A few lines a second, however long a busy machine takes; a flood has millions.
+    EXPECT_LT(countLines(errors, ""), 500u) << errors.substr(0, 3000);
+    EXPECT_EQ(countLines(program.log(), "permission") > 0, run.fault.options.front() == "--no-permission");
+    if (!run.isRecording)
+        return writeRow(run, program, "none");
+    const auto recording = program.folder() / "recording.adv";
+    const auto camera = parseFrameLog(program.frameLog());
+    const SHeld held = framesHeld(recording, camera);
+    judgeRecording(run.fault, recording, camera, held);
+    writeRow(run, program, fileText(run.fault, held));
+}
 
-    static void expectSaid(const Program& program)
-    {
-        EXPECT_EQ(program.exitStatus(), GetParam().fault.status);
-        const std::string errors = program.standardError();
-        for (const std::string& line : GetParam().fault.lines)
-            EXPECT_THAT(errors, HasSubstr(line));
-        // A few lines a second, however long a busy machine takes; a flood has millions.
-        EXPECT_LT(countLines(errors, ""), 500u) << errors.substr(0, 3000);
-    }
-
-    void judgeRecording(const Program& program)
-    {
-        const SFault& fault = GetParam().fault;
-        const auto recording = program.folder() / "recording.adv";
-        const auto camera = parseFrameLog(program.frameLog());
-        const SHeld held = framesHeld(recording, camera);
-        EXPECT_THAT(held.strangers, IsEmpty());
-        EXPECT_EQ(held.missing, fault.missing);
-        EXPECT_GE(held.frames, 10u);
-        if (!fault.remark && fault.missing == 0) {
-            EXPECT_THAT(differences(recording, camera), IsEmpty());
-        }
-        // Gaps and odd times are the camera's; a file with a byte that is nothing, or without its index, is ours.
-        obriadv::AdvFile file;
-        ASSERT_EQ(file.open(recording), "");
-        EXPECT_THAT(file.damage(), IsEmpty());
-        EXPECT_EQ(file.index().mainCount, file.frames().size());
-        writeRow(GetParam(), program, fileText(fault, held));
-    }
-};
+class FaultMatrix : public testing::TestWithParam<SRun> {};
 
 } // namespace
 
@@ -203,15 +181,18 @@ protected:
 // terminal, or costs a recording a frame that was sent.
 TEST_P(FaultMatrix, IsSurvived)
 {
-    const SFault& fault = GetParam().fault;
-    if (fault.status != 0)
-        return runToItsEnd();
+    const SRun& run = GetParam();
     for (const size_t at : {120, 500}) {
-        Program program({.simulator = optionsOf(GetParam(), at)});
-        if (!isReadyFor(at, program))
+        Program program({.simulator = optionsOf(run, at)});
+        const bool endsByItself = run.fault.status != 0;
+        if (!endsByItself && !isReadyFor(run, at, program))
             continue;
         ASSERT_FALSE(HasFatalFailure());
-        return runThroughFault(at, program);
+        if (!endsByItself) {
+            ASSERT_NO_FATAL_FAILURE(watch(run, at, program));
+        }
+        ASSERT_TRUE(program.waitForEnd()) << "hangs";
+        return judge(run, program);
     }
     GTEST_SKIP() << "the machine is too slow: the fault came before the recording";
 }

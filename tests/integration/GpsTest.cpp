@@ -1,12 +1,8 @@
 #include "Observing.h"
 
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <chrono>
-
-using testing::HasSubstr;
-using testing::Not;
 
 namespace {
 
@@ -16,7 +12,7 @@ using namespace std::chrono_literals;
 using Nanoseconds = std::chrono::nanoseconds;
 using SysNs = std::chrono::sys_time<Nanoseconds>;
 
-constexpr SysNs s2010 = sys_days(2010y / 1 / 1);
+constexpr SysNs s2010 = sys_days(2010y / 1 / 1), s2059 = sys_days(2059y / 1 / 1);
 
 // The night of the test: camera seconds from switch-on to midnight, and when its GPS has a fix.
 constexpr auto sMidnight = 13s, sFixAfter = 11s, sLoseFrom = 14s, sLoseFor = 2s, sEnd = 17s;
@@ -27,35 +23,27 @@ struct SNight {
     int failingYear; ///< of the two, the one beyond the range that can be recorded; 0: none
 };
 
+constexpr SNight sNights[] = {{"RangeEnds", 2059y / 1 / 1, 2059},
+                              {"RangeBegins", 2010y / 1 / 1, 2009},
+                              {"LeapDayBegins", 2028y / 2 / 29, 0},
+                              {"LeapDayEnds", 2028y / 3 / 1, 0},
+                              {"LastYearBegins", 2058y / 1 / 1, 0}};
+
 std::ostream& operator<<(std::ostream& stream, const SNight& night)
 {
     return stream << night.name;
 }
 
-std::vector<SNight> nights()
-{
-    const SNight end{"RangeEnds", 2059y / 1 / 1, 2059};
-    if (!isNightly())
-        return {end};
-    return {end,
-            {"RangeBegins", 2010y / 1 / 1, 2009},
-            {"LeapDayBegins", 2028y / 2 / 29, 0},
-            {"LeapDayEnds", 2028y / 3 / 1, 0},
-            {"LastYearBegins", 2058y / 1 / 1, 0}};
-}
-
 bool isInRange(int64_t since2010Ns)
 {
-    const auto day = std::chrono::floor<std::chrono::days>(s2010 + Nanoseconds(since2010Ns));
-    return year_month_day(day).year() >= 2010y && year_month_day(day).year() <= 2058y;
+    return since2010Ns >= 0 && since2010Ns < Nanoseconds(s2059 - s2010).count();
 }
 
 /// Nanoseconds since 2010 that a record holds for a time of the camera; a year that cannot be converted leaves the
 /// first second of 1970 with the milliseconds.
 int64_t recordedNs(int64_t since2010Ns)
 {
-    const SysNs time = s2010 + Nanoseconds(since2010Ns);
-    const Nanoseconds part = time - std::chrono::floor<std::chrono::seconds>(time);
+    const Nanoseconds time(since2010Ns), part = time - std::chrono::floor<std::chrono::seconds>(time);
     return isInRange(since2010Ns) ? since2010Ns : (part - s2010.time_since_epoch()).count();
 }
 
@@ -69,8 +57,7 @@ int64_t systemTimeNs(int64_t startNs)
 bool hasFix(const SCameraFrame& frame, SysNs switchOn)
 {
     const auto passed = s2010 + Nanoseconds(frame.startNs) - switchOn;
-    const bool isLost = passed >= sLoseFrom && passed < sLoseFrom + sLoseFor;
-    return passed >= sFixAfter && !isLost;
+    return passed >= sFixAfter && (passed < sLoseFrom || passed >= sLoseFrom + sLoseFor);
 }
 
 void expectRecorded(const obriadv::SAdvFrame& frame, const SCameraFrame& sent, SysNs switchOn)
@@ -109,10 +96,8 @@ TEST_P(NightOf, RecordsTimesAndFixAsTheCameraSentThem)
     size_t fixChanges = 0, failures = 0;
     for (size_t n = 0; n < file.frames().size() && !HasFailure(); ++n) {
         const obriadv::SAdvFrame& frame = file.frames()[n];
-        const auto at = sent.find(frame.status.cameraFrameId);
-        ASSERT_NE(at, sent.end());
-        expectRecorded(frame, at->second, switchOn);
-        failures += !isInRange(at->second.startNs);
+        expectRecorded(frame, sent.at(frame.status.cameraFrameId), switchOn);
+        failures += !isInRange(sent.at(frame.status.cameraFrameId).startNs);
         fixChanges += n > 0 && frame.status.fixStatus != file.frames()[n - 1].status.fixStatus;
     }
     if (hasFix(sent.at(file.frames().front().status.cameraFrameId), switchOn))
@@ -120,15 +105,11 @@ TEST_P(NightOf, RecordsTimesAndFixAsTheCameraSentThem)
     EXPECT_EQ(fixChanges, 3u) << "found, lost and found again";
 
     const std::string warning = "W Parsing camera timestamp failed, year:  " + std::to_string(night.failingYear) + "\n";
-    if (night.failingYear == 0) {
-        EXPECT_THAT(program.log(), Not(HasSubstr("timestamp failed")));
-    } else {
-        EXPECT_THAT(program.log(), HasSubstr(warning));
-        EXPECT_GT(failures, 10u);
-    }
-    const SHeld held = framesHeld(program.folder() / "recording.adv", sent);
-    EXPECT_EQ(held.missing, 0u);
-    printf("night %s: %zu frames, %zu of a year beyond the range\n", night.name, held.frames, failures);
+    EXPECT_EQ(countLines(program.log(), "timestamp failed") > 0, night.failingYear != 0);
+    EXPECT_EQ(program.log().find(warning) != std::string::npos, night.failingYear != 0);
+    EXPECT_EQ(failures > 10, night.failingYear != 0);
+    EXPECT_EQ(framesHeld(program.folder() / "recording.adv", sent).missing, 0u);
 }
 
-INSTANTIATE_TEST_SUITE_P(Before, NightOf, testing::ValuesIn(nights()), testing::PrintToStringParamName());
+INSTANTIATE_TEST_SUITE_P(Before, NightOf, testing::ValuesIn(sNights, sNights + (isNightly() ? std::size(sNights) : 1)),
+                         testing::PrintToStringParamName());

@@ -25,12 +25,9 @@ struct SEvent {
 /// Where the light crosses the middle between its lowest and its highest level, between two mid-exposure times.
 std::vector<SEvent> eventsIn(const std::vector<obriadv::SLightPoint>& points)
 {
-    std::vector<double> fluxes;
-    for (const auto& point : points)
-        fluxes.push_back(point.flux);
-    std::sort(fluxes.begin(), fluxes.end());
-    const double dark = fluxes[fluxes.size() / 20], bright = fluxes[fluxes.size() * 19 / 20];
-    const double middle = (dark + bright) / 2;
+    const auto [dark, bright] =
+        std::minmax_element(points.begin(), points.end(), [](const auto& a, const auto& b) { return a.flux < b.flux; });
+    const double middle = (dark->flux + bright->flux) / 2;
     std::vector<SEvent> events;
     for (size_t i = 1; i < points.size(); ++i) {
         const double from = points[i - 1].flux, to = points[i].flux;
