@@ -3,15 +3,7 @@
 #include <gio/gio.h>
 
 #include <cstdio>
-#include <memory>
 #include <string>
-
-/// Gives a GLib object back.
-struct SUnref {
-    void operator()(void* object) const { g_object_unref(object); }
-};
-template <class T>
-using GObjectHandle = std::unique_ptr<T, SUnref>;
 
 /// A server that says in its first line where it is found; it ends with the object.
 class Server {
@@ -29,20 +21,12 @@ private:
     std::string m_address;
 };
 
-/// A private X display (Xvfb) and session bus, alive as long as the object. One serves a whole test program.
-class Desktop {
-public:
-    Desktop();
+/// Starts a private X display.
+constexpr char sXServer[] = "Xvfb -displayfd 1 -screen 0 1366x1100x24 -nolisten tcp -noreset";
 
-    std::string display() const { return ":" + m_xServer.address(); }
-    const std::string& busAddress() const { return m_busDaemon.address(); }
-    /// A connection of the test's own, on which window actions are called.
-    GDBusConnection* bus() const { return m_bus.get(); }
+// One of each serves a whole test program.
 
-    static Desktop& instance();
-
-private:
-    Server m_xServer{"Xvfb -displayfd 1 -screen 0 1366x1100x24 -nolisten tcp -noreset"};
-    Server m_busDaemon{"dbus-daemon --session --nofork --nopidfile --print-address"};
-    GObjectHandle<GDBusConnection> m_bus;
-};
+/// Name of a private X display.
+std::string testDisplay();
+/// A connection of the test's own to a private session bus, whose address the environment has from then on.
+GDBusConnection* testBus();

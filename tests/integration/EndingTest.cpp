@@ -3,7 +3,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cerrno>
 #include <csignal>
+#include <functional>
+#include <memory>
 #include <thread>
 
 using testing::HasSubstr;
@@ -24,13 +27,6 @@ struct SEnding {
 std::ostream& operator<<(std::ostream& stream, const SEnding& ending)
 {
     return stream << ending.name;
-}
-
-void recordSomeFrames(Program& program)
-{
-    ASSERT_NO_FATAL_FAILURE(streamAt(program, sFullSize));
-    ASSERT_NO_FATAL_FAILURE(startRecording(program));
-    ASSERT_TRUE(program.waitForMoreFrames(sFramesBeforeTheEnd));
 }
 
 void sendCommandsUntilOneIsRefused(Program& program)
@@ -54,7 +50,9 @@ void expectWholeRecording(const Program& program)
 void endWhileRecording(const Program::SOptions& options, const SEnding& ending)
 {
     Program program(options);
-    ASSERT_NO_FATAL_FAILURE(recordSomeFrames(program));
+    ASSERT_NO_FATAL_FAILURE(streamAt(program, sFullSize));
+    ASSERT_NO_FATAL_FAILURE(startRecording(program));
+    ASSERT_TRUE(program.waitForMoreFrames(sFramesBeforeTheEnd));
     ending.end(program);
     ASSERT_TRUE(program.waitForEnd());
     EXPECT_EQ(program.exitStatus(), ending.status);
@@ -94,8 +92,8 @@ INSTANTIATE_TEST_SUITE_P(Way, EndingWhileRecording, testing::ValuesIn(sEndings),
 // Fails when an X server that goes away takes the recording with it.
 TEST(EndingWhileRecording, LostDisplayFinalisesTheRecordingToo)
 {
-    auto display = std::make_unique<Desktop>();
-    endWhileRecording({.simulator = {"--pace", "buffers"}, .environment = {{"DISPLAY", display->display()}}},
+    auto display = std::make_unique<Server>(sXServer);
+    endWhileRecording({.simulator = {"--pace", "buffers"}, .environment = {{"DISPLAY", ":" + display->address()}}},
                       {"", [&](Program&) { display.reset(); }, 1, "The display was lost: the program ends\n"});
 }
 

@@ -7,8 +7,9 @@
 #include <unistd.h>
 #include <X11/Xlib.h>
 
-#include <algorithm>
+#include <cstring>
 #include <fstream>
+#include <memory>
 #include <sstream>
 #include <stdexcept>
 #include <thread>
@@ -25,34 +26,21 @@ std::vector<std::string> entriesOf(const std::filesystem::path& log)
     return lines;
 }
 
-/// Where numbers have decimal commas, the clock is far from UTC, and nobody but us looks on.
-std::vector<std::string> environmentOf(const Program::SOptions& options)
-{
-    std::vector<std::string> variables{"NO_AT_BRIDGE=1", "LOCPATH=" OBRI_LOCALES, "LC_NUMERIC=de_DE.UTF-8",
-                                       "TZ=Pacific/Auckland",
-                                       "DBUS_SESSION_BUS_ADDRESS=" + Desktop::instance().busAddress()};
-    if (options.withDisplay)
-        variables.push_back("DISPLAY=" + Desktop::instance().display());
-    for (const auto& [name, value] : options.environment)
-        variables.push_back(name + "=" + value);
-    return variables;
-}
-
 using VariantHandle = std::unique_ptr<GVariant, decltype(&g_variant_unref)>;
 
 /// Calls the program's window over the bus; null when there is no answer.
 VariantHandle callWindow(const char* method, GVariant* arguments)
 {
-    GVariant* answer = g_dbus_connection_call_sync(
-        Desktop::instance().bus(), "org.obricam.camctl", "/org/obricam/camctl/window/1", "org.gtk.Actions", method,
-        arguments, nullptr, G_DBUS_CALL_FLAGS_NO_AUTO_START, sBusTimeoutMs, nullptr, nullptr);
+    GVariant* answer = g_dbus_connection_call_sync(testBus(), "org.obricam.camctl", "/org/obricam/camctl/window/1",
+                                                   "org.gtk.Actions", method, arguments, nullptr,
+                                                   G_DBUS_CALL_FLAGS_NO_AUTO_START, sBusTimeoutMs, nullptr, nullptr);
     return {answer, g_variant_unref};
 }
 
 /// What xdotool prints, on the display of the tests. Throws when it fails.
 std::string xdotool(const std::string& words)
 {
-    FILE* output = popen(("DISPLAY=" + Desktop::instance().display() + " xdotool " + words).c_str(), "re");
+    FILE* output = popen(("DISPLAY=" + testDisplay() + " xdotool " + words).c_str(), "re");
     std::string text;
     for (int c; (c = fgetc(output)) != EOF;)
         text += static_cast<char>(c);
@@ -76,9 +64,8 @@ bool waitFor(const std::function<bool()>& condition, Seconds deadline)
 
 std::string contentsOf(const std::filesystem::path& path)
 {
-    std::ifstream file(path, std::ios::binary);
     std::ostringstream text;
-    text << file.rdbuf();
+    text << std::ifstream(path, std::ios::binary).rdbuf();
     return text.str();
 }
 
@@ -95,15 +82,22 @@ Program::Program(const SOptions& options)
 {
     std::string folder = std::filesystem::temp_directory_path() / "obri-camctl-test-XXXXXX";
     m_folder = mkdtemp(folder.data());
+    testBus();
     if (options.prepare)
         options.prepare(m_folder);
-    std::vector<std::string> words = environmentOf(options);
+    // Where numbers have decimal commas, the clock is far from UTC, and nobody but us looks on.
+    std::string command = "cd " + folder +
+                          " && exec env -u DISPLAY -u WAYLAND_DISPLAY NO_AT_BRIDGE=1 LC_NUMERIC=de_DE.UTF-8 "
+                          "TZ=Pacific/Auckland </dev/null >stdout.txt 2>stderr.txt";
+    std::vector<std::string> words{"LOCPATH=" OBRI_LOCALES};
+    if (options.withDisplay)
+        words.push_back("DISPLAY=" + testDisplay());
+    for (const auto& [name, value] : options.environment)
+        words.push_back(name + "=" + value);
     words.insert(words.end(), {OBRI_SIMCAM, "--command-log", "commands.txt", "--frame-log", "frames.txt"});
     words.insert(words.end(), options.simulator.begin(), options.simulator.end());
     words.insert(words.end(), {"--", OBRI_CAMCTL});
     words.insert(words.end(), options.arguments.begin(), options.arguments.end());
-    std::string command =
-        "cd " + folder + " && exec env -u DISPLAY -u WAYLAND_DISPLAY </dev/null >stdout.txt 2>stderr.txt";
     for (const std::string& word : words)
         command += " '" + word + "'";
     const char* const shell[] = {"sh", "-c", command.c_str(), nullptr};
@@ -132,10 +126,9 @@ std::string Program::log() const
 
 std::vector<std::string> Program::cameraCommands() const
 {
-    std::vector<std::string> commands;
-    for (const std::string& line : entriesOf(m_folder / "commands.txt"))
-        if (line.size() >= 14)
-            commands.push_back(line.substr(line.size() - 14));
+    auto commands = entriesOf(m_folder / "commands.txt");
+    for (std::string& line : commands)
+        line.erase(0, line.size() - strlen("69 03 e8 00 00"));
     return commands;
 }
 
@@ -203,16 +196,13 @@ void Program::use(const std::string& words)
 
 void Program::closeWindow()
 {
-    Display* display = XOpenDisplay(Desktop::instance().display().c_str());
-    if (!display)
-        throw std::runtime_error("no display");
+    Display* display = XOpenDisplay(testDisplay().c_str());
     XEvent event{};
     event.xclient.type = ClientMessage;
     event.xclient.window = windowId();
     event.xclient.message_type = XInternAtom(display, "WM_PROTOCOLS", False);
     event.xclient.format = 32;
     event.xclient.data.l[0] = static_cast<long>(XInternAtom(display, "WM_DELETE_WINDOW", False));
-    event.xclient.data.l[1] = CurrentTime;
     XSendEvent(display, event.xclient.window, False, NoEventMask, &event);
     XCloseDisplay(display);
 }

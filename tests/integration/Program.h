@@ -3,10 +3,8 @@
 #include "Desktop.h"
 
 #include <chrono>
-#include <cstdint>
 #include <filesystem>
 #include <functional>
-#include <memory>
 #include <string>
 #include <vector>
 
