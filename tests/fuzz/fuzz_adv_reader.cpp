@@ -11,19 +11,14 @@ using namespace obriadv;
 
 namespace {
 
-void expectEveryByteOnce(const AdvFile& file, size_t size)
+void expectEveryByteOnceAndFramesInOrder(const AdvFile& file, size_t size)
 {
-    uint64_t position = 0;
+    uint64_t position = 0, end = file.header().end;
     for (const SAdvRegion& region : file.regions()) {
         require(region.offset == position && region.length > 0);
         position += region.length;
     }
     require(position == size);
-}
-
-void expectFramesInOrder(const AdvFile& file, size_t size)
-{
-    uint64_t end = file.header().end;
     for (const SAdvFrame& frame : file.frames()) {
         require(frame.offset >= end && frame.end() > frame.offset);
         require(frame.pixelOffset + frame.pixelBytes < frame.end());
@@ -43,10 +38,10 @@ void decodeSomeFrames(AdvFile& file)
     for (size_t n = 0; n < file.frames().size() && n < 20; ++n) {
         const bool isRead = file.readPixels(n, pixels, error);
         require(isRead ? pixels.size() == size_t{file.width()} * file.height() : !error.empty());
-        for (size_t z = 0; isRead && z < file.layoutOf(file.frames()[n])->zones.size(); ++z) {
-            const SAdvZone& zone = file.layoutOf(file.frames()[n])->zones[z];
+        if (!isRead)
+            continue;
+        for (const SAdvZone& zone : file.layoutOf(file.frames()[n])->zones)
             require(uint64_t{zone.x} + zone.w <= file.width() && uint64_t{zone.y} + zone.h <= file.height());
-        }
     }
 }
 
@@ -57,8 +52,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     AdvFile file;
     if (!file.open(std::make_unique<MemorySource>(std::vector<uint8_t>(data, data + size))).empty())
         return 0;
-    expectEveryByteOnce(file, size);
-    expectFramesInOrder(file, size);
+    expectEveryByteOnceAndFramesInOrder(file, size);
     decodeSomeFrames(file);
     require(!infoText(file, "fuzz").empty() && infoJson(file, "fuzz").back() == '\n');
     if (uint64_t{file.width()} * file.height() < 65536)

@@ -7,14 +7,7 @@ using testing::ElementsAre;
 
 namespace {
 
-class Controls : public WindowTest {
-protected:
-    std::vector<std::string> toggle(const char* id)
-    {
-        find<Gtk::CheckButton>(id).clicked();
-        return camera.take();
-    }
-};
+using Controls = WindowTest;
 
 TEST_F(Controls, BoxesSendTheirRow)
 {
@@ -38,6 +31,10 @@ TEST_F(Controls, BoxesSendTheirRow)
 
 TEST_F(Controls, CheckBoxesSendTheirState)
 {
+    const auto toggle = [&](const char* id) {
+        find<Gtk::CheckButton>(id).clicked();
+        return camera.take();
+    };
     EXPECT_THAT(toggle("btnHighGain"), ElementsAre("setHighGainMode 0")) << "on by default";
     EXPECT_THAT(toggle("btnHighGain"), ElementsAre("setHighGainMode 1"));
     EXPECT_THAT(toggle("btnNoiseReduction"), ElementsAre("setFpnMode 1"));

@@ -8,30 +8,21 @@
 
 using namespace std::chrono_literals;
 
-namespace {
-
-bool frameEnters(FrameGate& gate, uint64_t session)
-{
-    return static_cast<bool>(FrameGate::Frame(gate, session));
-}
-
-} // namespace
-
 TEST(FrameGate, FramesOfAnEndedStreamAreLeftAlone)
 {
     FrameGate gate;
     gate.openSession();
     const uint64_t first = gate.session();
-    EXPECT_TRUE(frameEnters(gate, first));
+    EXPECT_TRUE(FrameGate::Frame(gate, first));
     gate.endSession();
-    EXPECT_FALSE(frameEnters(gate, first));
-    EXPECT_FALSE(frameEnters(gate, gate.session())) << "no stream at all";
+    EXPECT_FALSE(FrameGate::Frame(gate, first));
+    EXPECT_FALSE(FrameGate::Frame(gate, gate.session())) << "no stream at all";
     gate.openSession();
-    EXPECT_FALSE(frameEnters(gate, first)) << "another stream";
-    EXPECT_TRUE(frameEnters(gate, gate.session()));
+    EXPECT_FALSE(FrameGate::Frame(gate, first)) << "another stream";
+    EXPECT_TRUE(FrameGate::Frame(gate, gate.session()));
     gate.closeForGood();
     gate.openSession();
-    EXPECT_FALSE(frameEnters(gate, gate.session())) << "closed for good";
+    EXPECT_FALSE(FrameGate::Frame(gate, gate.session())) << "closed for good";
 }
 
 // Frames follow each other without a pause, as a camera at full speed with full buffers lets them.

@@ -86,7 +86,7 @@ TEST_F(AdvRewrite, RepairLeavesOutADamagedRecordAndWritesAnIndexOfFullWidth)
     const Bytes whole = builder.build();
     for (const uint64_t inRecord : {0, 4, 21, 24, 25 + 98, 25 + 98 + 3, 25 + 98 + 16}) { // magic, stream, N, M, entries
         Bytes bytes = whole;
-        bytes[builder.frameAt[1] + inRecord] ^= 0x5A;
+        bytes[builder.frameAt[1] + inRecord] ^= 0x04;
         writeWhole("in.adv", bytes);
         const std::string out = std::to_string(inRecord);
         EXPECT_THAT(repairRecording("in.adv", out).summary, HasSubstr("4 whole frames kept, 200 bytes"));
