@@ -11,9 +11,7 @@
 namespace {
 
 using namespace obriadv;
-using testing::Contains;
 using testing::HasSubstr;
-using testing::Not;
 using testing::StartsWith;
 
 constexpr int64_t sNoClockNs = -1262304000'000'000'000; // 1970, which is written for years out of range
@@ -34,9 +32,9 @@ TEST(AdvVerify, AnIndexThatWrapsAtThirtyTwoBitsIsNoFault)
     }
     const SVerifyReport report = verifyBytes(builder.build());
     EXPECT_EQ(report.exitStatus(), 0) << report.text();
-    EXPECT_THAT(report.notes, Contains(HasSubstr("from frame 11 on the index holds only the low 32 bits")));
+    EXPECT_THAT(report.notes, testing::Contains(HasSubstr("from frame 11 on the index holds only the low 32 bits")));
     builder.frames[5].startNs = builder.frames[5].endNs = sNoClockNs;
-    EXPECT_THAT(verifyBytes(builder.build()).text(), Not(HasSubstr("index entry")));
+    EXPECT_THAT(verifyBytes(builder.build()).text(), testing::Not(HasSubstr("index entry")));
 }
 
 TEST(AdvVerify, RecordsBeyondFourGigabytesAreReached)

@@ -48,9 +48,7 @@ TEST(FrameTimes, LossIsJudgedByTheCounterAcrossItsWrapElseByTime)
     for (const bool hasCounter : {true, false}) {
         const auto gaps = findGaps(frames, hasCounter);
         ASSERT_EQ(gaps.size(), 1u);
-        EXPECT_EQ(gaps[0].kind, EGap::FramesLost);
-        EXPECT_EQ(gaps[0].before, 14u);
-        EXPECT_EQ(gaps[0].missing, 3u);
+        EXPECT_EQ(std::tuple(gaps[0].kind, gaps[0].before, gaps[0].missing), std::tuple(EGap::FramesLost, 14u, 3u));
         EXPECT_NE(gapTable(gaps, frames, true).find("4294967294 > 2"), std::string::npos);
     }
 }
