@@ -8,6 +8,7 @@
 
 using testing::ContainsRegex;
 using testing::Each;
+using testing::ElementsAre;
 using testing::MatchesRegex;
 
 namespace {
@@ -73,8 +74,7 @@ TEST(NoGui, ReportsOnTheCameraAndEndsInFiveSeconds)
     // What remains is the other buffers, the library's list of formats that it could convert to, and the farewell.
     EXPECT_THAT(lines, Each(MatchesRegex("buffer [123]: .*|ix=[2-5], t=00000001, flags=00000002, .*|"
                                          "- ix=[0-9]+, .*|setObriMode: en=0")));
-    EXPECT_EQ(program.cameraCommands().front(), "70 01 00 00 00");
-    EXPECT_EQ(program.cameraCommands().back(), "70 00 00 00 00");
+    EXPECT_THAT(program.cameraCommands(), ElementsAre("70 01 00 00 00", "70 00 00 00 00"));
     const std::string log = program.log();
     EXPECT_THAT(log, ContainsRegex("20[0-9-]+ [0-9:.]+  I ---------- Application started ----------\n"));
     EXPECT_EQ(countLines(log, "I ---------- Closing Log File ----------"), 1u);
