@@ -129,6 +129,7 @@ protected:
     std::atomic<bool> m_isRecording{false}; ///< what IsRecording answers; set by recordingBegan and closeVideoWriter
     SRecordingStatus m_recordingStatus;
     std::chrono::steady_clock::time_point m_recordingBegin;
+    bool m_isSlowDiskSaid = false; ///< of this recording
 
     uint16_t* decoded() { return reinterpret_cast<uint16_t*>(m_decodedFrame); }
 

@@ -7,6 +7,7 @@
 
 #include <exception>
 #include <memory>
+#include <utility>
 
 using namespace libobribase;
 
@@ -37,6 +38,8 @@ void FrameProcessor::recordVideo(const SFrame& frame)
     m_nthFrameCounter = 0;
     try {
         recordVideoFrame(frame);
+        if (m_videoWriter->HasWaitedForDisk() && !std::exchange(m_isSlowDiskSaid, true))
+            sayTrouble('W', "The disk is too slow for the recording: frames may be lost while it catches up");
         if (m_videoWriter->HasFailed())
             failRecording("The recording ends: " + m_videoWriter->GetFailureText());
     } catch (const std::exception& failure) {
@@ -85,6 +88,7 @@ void FrameProcessor::recordingBegan(libobrifile::BaseWriter* writer, const std::
 {
     m_videoWriter = writer;
     m_nthFrameCounter = 0;
+    m_isSlowDiskSaid = false;
     m_recordingGpsNofSamples = 0;
     m_recordingGpsSumHeightM = m_recordingGpsSumLatE7 = m_recordingGpsSumLonE7 = 0;
     m_recordingStatus = {};

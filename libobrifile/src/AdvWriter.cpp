@@ -131,19 +131,21 @@ void AdvWriter::OnRecordHeader()
 
 void AdvWriter::OnRecordTrailer()
 {
-    if (!SettleFile())
-        CutToWholeFrames();
-    const uint64_t endOfFrames = GetCurPosition();
+    SettleFile();
+    CutToWholeFrames();
+    const uint64_t indexTable = GetCurPosition();
     WriteIndexTables();
+    const uint64_t userMetadataTable = GetCurPosition();
     WriteUserMetadataTable();
-    if (SettleFile())
+    if (!SettleFile()) {
+        // No room for the index: the recording stays readable frame by frame, as one that was interrupted.
+        CutBackTo(indexTable);
         return;
-    // No room for the index: the recording stays readable frame by frame, as one that was interrupted.
-    CutBackTo(endOfFrames);
-    for (const uint64_t address : {sAdvIndexTableAt, sAdvUserMetadataAt})
-        WriteValue64ToAddress(0, address);
-    for (const uint64_t address : m_posStreamNofFrames)
-        WriteValue32ToAddress(0, address);
+    }
+    // The header names what the file has, and last what makes it complete. The second stream stays empty.
+    WriteValue32ToAddress(static_cast<uint32_t>(m_mainIndexEntries.size()), m_posStreamNofFrames[0]);
+    WriteValue64ToAddress(userMetadataTable, sAdvUserMetadataAt);
+    WriteValue64ToAddress(indexTable, sAdvIndexTableAt);
 }
 
 void AdvWriter::WriteHeaders()
@@ -282,14 +284,10 @@ void AdvWriter::WriteIndexTables()
 
     WriteValue32ToAddress(static_cast<uint32_t>(mainStart - start), mainAt);
     WriteValue32ToAddress(static_cast<uint32_t>(calibrationStart - start), calibrationAt);
-    WriteValue32ToAddress(frames, m_posStreamNofFrames[0]);
-    WriteValue32ToAddress(0, m_posStreamNofFrames[1]);
-    WriteValue64ToAddress(start, sAdvIndexTableAt); // last, so that what it points at is there
 }
 
 void AdvWriter::WriteUserMetadataTable()
 {
-    WriteCurPositionToAddress(sAdvUserMetadataAt);
     WriteUint32(0);
 }
 

@@ -63,11 +63,12 @@ void AdvWriter::OnRecordFrame(uint8_t* frameData, uint64_t length, uint64_t date
         WriteZones(frameData);
     WriteFrameStatus(advFrom, advTo, advTime(datetime01010001));
 
+    // Asked for before the check: a failure, which may come at any time, moves it.
+    entry.m_lenBytes = GetCurPosition() - entry.m_offsetBytes - sizeof sAdvFrameMagic;
     if (!FlushFile()) {
         CutToWholeFrames();
         return;
     }
-    entry.m_lenBytes = GetCurPosition() - entry.m_offsetBytes - sizeof sAdvFrameMagic;
     m_mainIndexEntries.push_back(entry);
 }
 

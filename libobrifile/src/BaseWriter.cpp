@@ -75,6 +75,8 @@ void BaseWriter::StartRecording()
         closeFile(m_file);
         return;
     }
+    if (m_file != nullptr && !m_writeBehind.FallBehind())
+        libobribase::logString("W No memory to bridge a slow disk: frames wait for it");
     if (m_gpsStatusFilePath.empty())
         return;
     m_gpsStatusFile = fopen(m_gpsStatusFilePath.c_str(), "w");
@@ -84,10 +86,8 @@ void BaseWriter::StartRecording()
 
 void BaseWriter::StopRecording()
 {
-    if (std::exchange(m_recording, false)) {
+    if (std::exchange(m_recording, false))
         OnRecordTrailer();
-        SettleFile();
-    }
     if (m_file != nullptr && fclose(std::exchange(m_file, nullptr)) != 0)
         Fail("write", m_filePath, strerror(errno));
     closeFile(m_gpsStatusFile);
@@ -198,6 +198,11 @@ bool BaseWriter::SettleFile()
     if (m_file != nullptr)
         m_writeBehind.Drain();
     return FlushFile();
+}
+
+bool BaseWriter::HasWaitedForDisk()
+{
+    return m_writeBehind.HasWaited();
 }
 
 uint64_t BaseWriter::WrittenUpTo()

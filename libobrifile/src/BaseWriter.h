@@ -69,6 +69,8 @@ public:
     bool HasFailed() const { return !m_failureText.empty(); }
     /// One line without end: what failed, on which file, the system's reason. Empty while all is well.
     const std::string& GetFailureText() const { return m_failureText; }
+    /// True once a frame had to wait for the disk, because it was further behind than the queue is long.
+    bool HasWaitedForDisk();
 
 protected:
     /// Hands over what is buffered and tells the position; 0 without a file.

@@ -4,10 +4,10 @@
 #include <cerrno>
 #include <csignal>
 #include <cstring>
+#include <exception>
 #include <fcntl.h>
 #include <pthread.h>
 #include <sys/mman.h>
-#include <system_error>
 #include <unistd.h>
 #include <utility>
 
@@ -46,40 +46,39 @@ void leaveSignalsToOthers()
 
 FILE* WriteBehindFile::Open(const std::string& path)
 {
-    if (!Begin(path))
+    m_file = open64(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, sModeOfNewFiles);
+    if (m_file < 0)
         return nullptr;
-    constexpr auto takeFrom = [](void* cookie, const char* bytes, size_t length) {
+    m_head = m_queued = m_end = 0;
+    m_error = 0;
+    m_isClosing = m_hasWaited = false;
+    constexpr auto take = [](void* cookie, const char* bytes, size_t length) {
         return static_cast<ssize_t>(static_cast<WriteBehindFile*>(cookie)->Take(bytes, length));
     };
     constexpr auto seek = [](void* cookie, off64_t* offset, int whence) {
         return static_cast<WriteBehindFile*>(cookie)->Seek(offset, whence) ? 0 : -1;
     };
     constexpr auto close = [](void* cookie) { return static_cast<WriteBehindFile*>(cookie)->Close() ? 0 : EOF; };
-    FILE* stream = fopencookie(this, "w", {nullptr, takeFrom, seek, close});
-    if (stream == nullptr)
+    FILE* stream = fopencookie(this, "w", {nullptr, take, seek, close});
+    if (stream == nullptr) {
+        m_error = errno;
         Close();
+    }
     return stream;
 }
 
-bool WriteBehindFile::Begin(const std::string& path)
+bool WriteBehindFile::FallBehind()
 {
-    m_file = open64(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, sModeOfNewFiles);
-    if (m_file < 0)
+    constexpr int access = PROT_READ | PROT_WRITE, kind = MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE;
+    void* queue = mmap(nullptr, m_queueBytes, access, kind, -1, 0);
+    if (queue == MAP_FAILED)
         return false;
-    void* queue =
-        mmap(nullptr, m_queueBytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
-    m_queue = queue == MAP_FAILED ? nullptr : static_cast<char*>(queue);
-    m_head = m_queued = m_end = 0;
-    m_error = m_queue == nullptr ? errno : 0;
-    m_isClosing = false;
+    m_queue = static_cast<char*>(queue);
     try {
-        if (m_queue != nullptr)
-            m_thread = std::thread(&WriteBehindFile::Run, this);
-    } catch (const std::system_error& failure) {
-        m_error = failure.code().value();
+        m_thread = std::thread(&WriteBehindFile::Run, this);
+    } catch (const std::exception&) {
+        munmap(std::exchange(m_queue, nullptr), m_queueBytes);
     }
-    if (!m_thread.joinable())
-        Close();
     return m_thread.joinable();
 }
 
@@ -90,10 +89,10 @@ bool WriteBehindFile::Close()
         m_isClosing = true;
     }
     m_work.notify_one();
-    if (m_thread.joinable())
+    if (m_thread.joinable()) {
         m_thread.join();
-    if (m_queue != nullptr)
         munmap(std::exchange(m_queue, nullptr), m_queueBytes);
+    }
     // Some file systems tell of a full disk only here.
     if (close(std::exchange(m_file, -1)) != 0 && m_error == 0)
         m_error = errno;
@@ -101,11 +100,29 @@ bool WriteBehindFile::Close()
     return m_error == 0;
 }
 
-// Copies bytes into the queue. Returns their number, or 0 with errno.
+// What the stream hands over. Returns the number of bytes, or 0 with errno.
 size_t WriteBehindFile::Take(const char* bytes, size_t length)
+{
+    const bool isTaken = m_thread.joinable() ? Queue(bytes, length) : WriteAtOnce(bytes, length);
+    return isTaken ? length : 0;
+}
+
+bool WriteBehindFile::WriteAtOnce(const char* bytes, size_t length)
+{
+    if (m_error == 0) {
+        const auto [written, error] = writeAll(m_file, bytes, length, m_end);
+        m_end += written;
+        m_error = error;
+    }
+    errno = m_error;
+    return m_error == 0;
+}
+
+bool WriteBehindFile::Queue(const char* bytes, size_t length)
 {
     std::unique_lock lock(m_mutex);
     for (size_t taken = 0; taken < length;) {
+        m_hasWaited |= m_queued == m_queueBytes;
         m_room.wait(lock, [this] { return m_queued < m_queueBytes || m_error != 0; });
         if (m_queued == 0)
             m_head = 0; // the same memory again, as long as the disk keeps up
@@ -116,14 +133,14 @@ size_t WriteBehindFile::Take(const char* bytes, size_t length)
         lock.lock();
         if (m_error != 0) {
             errno = m_error;
-            return 0;
+            return false;
         }
         m_queued += piece;
         m_end += piece;
         taken += piece;
         m_work.notify_one();
     }
-    return length;
+    return true;
 }
 
 // The queue holds what belongs together in the file: elsewhere is where an empty queue goes on.
@@ -156,6 +173,12 @@ int WriteBehindFile::Error()
 {
     const std::lock_guard lock(m_mutex);
     return m_error;
+}
+
+bool WriteBehindFile::HasWaited()
+{
+    const std::lock_guard lock(m_mutex);
+    return m_hasWaited;
 }
 
 uint64_t WriteBehindFile::WrittenUpTo()

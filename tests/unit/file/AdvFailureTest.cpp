@@ -51,3 +51,13 @@ TEST_F(AdvFailure, WithoutRoomForTheHeaderNothingLooksLikeARecording)
     EXPECT_EQ(recordInto(headerLength - 1, 1), 0U);
     EXPECT_EQ(readWhole("a.adv"), Bytes());
 }
+
+// The failure comes while later frames are handed over, at any moment of that.
+TEST_F(AdvFailure, CountsTheFramesThatTheFileHasWhenTheDiskAnswersLate)
+{
+    const Bytes two = expected.build();
+    for (int round = 0; round < 1000; ++round) {
+        ASSERT_EQ(recordInto(headerLength + 3 * recordLength - 1 - static_cast<size_t>(round) % 300, 20), 2U);
+        ASSERT_EQ(readWhole("a.adv"), two);
+    }
+}

@@ -21,11 +21,12 @@ TEST(WriteBehindFile, HoldsWhatAnOrdinaryFileWould)
 {
     const TemporaryFolder folder;
     std::mt19937 random(9);
-    for (const size_t queueBytes : {900UL, 30000UL, 1UL << 20}) {
+    for (const size_t queueBytes : {0UL, 900UL, 30000UL, 1UL << 20}) {
         WriteBehindFile file(queueBytes);
         for (int opening = 0; opening < 2; ++opening) {
             FILE* stream = file.Open("a");
             ASSERT_NE(stream, nullptr);
+            EXPECT_EQ(file.FallBehind(), queueBytes > 0); // no queue of nothing: all is written at once
             std::string expected;
             for (int round = 0; round < 300; ++round) {
                 const std::string block(random() % 20000, static_cast<char>('a' + round % 26));
@@ -59,9 +60,11 @@ TEST(WriteBehindFile, TellsWhatItCouldNotWriteUntilItIsCutBack)
     WriteBehindFile file(100);
     EXPECT_EQ(file.Open("missing/a"), nullptr);
     EXPECT_EQ(errno, ENOENT);
-    for (const bool isCutBack : {true, false}) {
+    for (const auto& [isCutBack, isBehind] : {std::pair{true, true}, {false, true}, {true, false}, {false, false}}) {
         FILE* stream = file.Open("a");
         ASSERT_NE(stream, nullptr);
+        if (isBehind)
+            file.FallBehind();
         {
             const FileSizeLimit limit(1000);
             const std::string block(3000, 'x');
