@@ -64,11 +64,12 @@ void Attendance::programCame()
     m_ranUntilVisit = processorNs();
 }
 
-SBacklog Attendance::backlog() const
+SBacklog Attendance::backlog(const std::atomic<pid_t>& caller) const
 {
     const int64_t now = monotonicNs();
+    const char state = stateOf(m_thread); // first: it may come in meanwhile, and wait for this thread
     return {now - m_dueNs, m_handled, processorNs() - m_ranBeforeNs, std::max(m_longestGapNs, gapUntil(now)),
-            stateOf(m_thread)};
+            state == 'S' && caller == m_thread ? 'C' : state};
 }
 
 } // namespace obrisim

@@ -1,4 +1,6 @@
 #pragma once
+
+#include <atomic>
 #include <cstdint>
 #include <ctime>
 #include <sys/types.h>
@@ -11,7 +13,8 @@ struct SBacklog {
     int64_t handled = 0;  ///< frames it has given back in that
     int64_t ranNs = 0;    ///< processor time that the program's thread used in that
     int64_t gapNs = 0;    ///< the longest it went without a visit in that, less the processor time used meanwhile
-    char state = '-';     ///< what the thread is doing now: R runs or wants to, D disk, S sleeps; - not known
+    char state = '-';     ///< what the thread is doing now: R runs or wants to, C waits until the camera has done
+                          ///< something else, D disk, S sleeps; - not known
 };
 
 /// Watches whether the program keeps up with the frames, so that one that is kept from working can be told from one
@@ -24,8 +27,8 @@ public:
     void programTook() { programCame(); }
     /// @param isLevel  it has taken all there is, and given it back
     void programGaveBack(bool isLevel);
-    /// Any thread.
-    SBacklog backlog() const;
+    /// Any thread. @param caller  the thread that waits for the camera; 0: none
+    SBacklog backlog(const std::atomic<pid_t>& caller) const;
 
 private:
     void programCame();

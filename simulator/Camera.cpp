@@ -127,7 +127,9 @@ Camera::Request Camera::findRequest(const SHandle& handle, uint32_t code)
 
 int Camera::ioctl(int fd, uint32_t request, void* argument)
 {
+    m_caller = gettid();
     std::lock_guard lock(m_monitor);
+    m_caller = 0;
     SHandle* handle = handleOf(fd);
     if (!handle)
         return -EBADF;

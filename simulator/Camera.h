@@ -10,6 +10,7 @@
 #include "SensorMode.h"
 
 #include <array>
+#include <atomic>
 #include <functional>
 #include <linux/uvcvideo.h>
 #include <linux/videodev2.h>
@@ -142,7 +143,8 @@ private:
     const SIdentity m_identity;
     const Unplugged m_unplugged;
 
-    Monitor m_monitor; // guards everything below
+    std::atomic<pid_t> m_caller{0}; // the thread of the program that waits for the monitor; 0: none
+    Monitor m_monitor;              // guards everything below
     Clock m_clock;
     Journal m_journal;
     std::unique_ptr<FrameComposer> m_composer; // the frame thread's own

@@ -117,7 +117,9 @@ int Camera::waitForFrame(const SHandle& handle)
             return 0;
         if (!handle.blocking)
             return -EAGAIN;
+        m_caller = gettid();
         m_monitor.wait();
+        m_caller = 0;
     }
 }
 

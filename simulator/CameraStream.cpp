@@ -149,7 +149,7 @@ bool Camera::waitForBuffer(const SExposure& exposure)
 void Camera::lose(const SExposure& exposure)
 {
     ++m_sequence;
-    report(exposure, false, 0, m_attendance.backlog());
+    report(exposure, false, 0, m_attendance.backlog(m_caller));
 }
 
 void Camera::report(const SExposure& exposure, bool sent, uint64_t hash, const std::optional<SBacklog>& loss) const

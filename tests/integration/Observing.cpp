@@ -172,6 +172,7 @@ SHeld judgeRecording(const Program& program)
     const SHeld held = framesHeld(recording, camera);
     EXPECT_EQ(held.missing, 0u);
     EXPECT_EQ(lossToldBy(program), held.lostByCamera);
+    EXPECT_EQ(countLines(program.log(), "recording.adv, " + std::to_string(held.frames) + " frames in "), 1u);
     return held;
 }
 
