@@ -2,13 +2,13 @@
 
 #include "Ending.h"
 
-#include <iostream>
+#include <cstdio>
 
 const char sResourcePrefix[] = "/org/obricam/camctl/";
 
 void failConstruction(const Glib::ustring& message)
 {
-    std::cerr << message.raw() << std::endl;
+    fprintf(stderr, "%s\n", message.c_str()); // in one piece: the streaming thread speaks, too
     endProcess(sFailureStatus);
 }
 

@@ -16,7 +16,7 @@
 #include <chrono>
 #include <cstdio>
 #include <gtkmm/main.h>
-#include <iostream>
+#include <string>
 #include <thread>
 
 using libobribase::storeShared;
@@ -75,12 +75,19 @@ void behaveWithoutDisplay(GApplication* application)
     G_APPLICATION_GET_CLASS(application)->shutdown = plain->shutdown;
 }
 
+/// One line on the terminal, in one piece: the streaming thread speaks there, too.
+void say(const std::string& line)
+{
+    puts(line.c_str());
+    fflush(stdout);
+}
+
 void printOptions(bool noGui, const ObriVariables& names)
 {
-    std::cout << "noGuiMode: " << noGui << std::endl;
-    std::cout << "observerName: " << names.observerName.raw() << std::endl;
-    std::cout << "telescopeName: " << names.telescopeName.raw() << std::endl;
-    std::cout << "objectName: " << names.objectName.raw() << std::endl;
+    say("noGuiMode: " + std::to_string(noGui));
+    say("observerName: " + names.observerName.raw());
+    say("telescopeName: " + names.telescopeName.raw());
+    say("objectName: " + names.objectName.raw());
 }
 
 } // namespace
@@ -136,7 +143,7 @@ int ObriApplication::onHandleCommandLine(const Glib::RefPtr<Gio::ApplicationComm
         activate();
         return 0;
     }
-    std::cout << "Handling command line" << std::endl;
+    say("Handling command line");
     ObriVariables& names = ObriVariables::instance();
     CommandLineOptions options({noGuiMode, names.observerName, names.telescopeName, names.objectName}, m_hasDisplay);
     int count = 0;
@@ -187,7 +194,7 @@ void ObriApplication::runWithoutWindow()
 {
     releaseStreamingThread();
     for (int second = 0; second < 5; ++second) {
-        std::cout << "CLI mode" << std::endl;
+        say("CLI mode");
         std::this_thread::sleep_for(std::chrono::seconds(1));
     }
 }

@@ -173,7 +173,7 @@ bool RenderPreview::canRender()
     char text[120];
     snprintf(text, sizeof text, "No preview: it needs OpenGL %d.%d, this computer offers %d.%d", oldest / 10,
              oldest % 10, version / 10, version % 10);
-    std::cerr << text << std::endl;
+    fprintf(stderr, "%s\n", text);
     showProblem(text);
     return false;
 }
