@@ -45,6 +45,17 @@ TEST_F(Controls, CheckBoxesSendTheirState)
     EXPECT_EQ(m_histogram->GetTitleString(), std::to_string(65535 - high) + " - 65535") << "mirrored, too";
 }
 
+TEST_F(Controls, OverflowReachesTheFrameProcessor)
+{
+    struct SOpen : FrameProcessor {
+        using FrameProcessor::m_showPixelOverflow;
+    } processor;
+    FrameProcessor* programs = std::exchange(m_frameProcessor, &processor);
+    find<Gtk::CheckButton>("btnPreviewOverflow").clicked();
+    EXPECT_TRUE(processor.m_showPixelOverflow);
+    m_frameProcessor = programs;
+}
+
 TEST_F(Controls, EntriesSendWhatIsInRangeAndMarkWhatIsNot)
 {
     const std::tuple<const char*, const char*, const char*> cases[] = {

@@ -72,6 +72,20 @@ TEST_F(HistogramControl, HandlesAreDraggedByThePointerAndComeToAClick)
     EXPECT_NEAR(high.GetValue(), 32767, step);
 }
 
+TEST_F(HistogramControl, PresetsKeepTheirShareOfThePixels)
+{
+    auto* buffer = m_histogram->GetHistoBuffer();
+    std::fill_n(reinterpret_cast<uint64_t*>(buffer->GetWriteBuffer()) + 1, 1000, 1000);
+    buffer->CommitWrite();
+    ASSERT_EQ(m_histogram->UpdateHistoBins(), 1);
+    // Half of what is left out goes to each side; a bin's bound is its number * 65535 / 1023.
+    for (const auto& [id, first] : {std::pair{"btnHisto95", 25}, {"btnHisto99", 5}, {"btnHisto999", 0}}) {
+        find<Gtk::Button>(id).clicked();
+        EXPECT_EQ(low.GetValue(), first * 65535 / 1023) << id;
+        EXPECT_EQ(high.GetValue(), (first == 0 ? 999 : 1000 - first) * 65535 / 1023) << id;
+    }
+}
+
 TEST_F(HistogramControl, ANewHistogramReachesTheScreen)
 {
     auto* buffer = m_histogram->GetHistoBuffer();
