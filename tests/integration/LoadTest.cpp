@@ -131,17 +131,12 @@ void printLosses(const std::vector<SLostFrame>& lost, int64_t periodNs)
 {
     int64_t longest = 0;
     size_t single = 0, several = 0;
-    std::map<char, int> states;
     for (const SLostFrame& frame : lost) {
         longest = std::max(longest, frame.gap);
         ++(frame.gap > 5 * periodNs ? single : several);
-        ++states[frame.state];
     }
-    printf("lost frames: %zu in one gap longer than five periods, the longest %.1f ms; %zu in several; state", single,
+    printf("load: %zu lost in one gap longer than five periods, the longest %.1f ms; %zu lost in several\n", single,
            static_cast<double>(longest) / 1e6, several);
-    for (const auto& [state, count] : states)
-        printf(" %c %d", state, count);
-    puts("");
 }
 
 /// Cuts a recording's span into what a table of limits says.
