@@ -14,6 +14,7 @@ struct SBuffer {
     int mappings = 0;     ///< of the program
     bool damaged = false; ///< comes back with the error flag
     uint32_t bytesUsed = 0, sequence = 0;
+    uint32_t frameId = 0;    ///< the camera's counter
     int64_t timestampNs = 0; ///< monotonic
 };
 
@@ -43,6 +44,8 @@ public:
     bool queue(int index);
     bool hasQueued() const { return !m_queued.empty(); }
     bool hasDone() const { return !m_done.empty(); }
+    /// Finished buffers that the program has not taken, oldest first.
+    const std::deque<int>& done() const { return m_done; }
     /// The program has nothing to take and nothing to give back.
     bool isNoneWithProgram() const;
     /// The next buffer to fill, or -1.

@@ -183,6 +183,8 @@ void Camera::stopStreaming()
     if (maker.joinable())
         maker.join();
     m_monitor.lock();
+    for (const int index : m_buffers.done())
+        m_journal.untaken(m_buffers.at(index).frameId);
     m_buffers.cancel();
 }
 

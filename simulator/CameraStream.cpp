@@ -192,6 +192,7 @@ void Camera::fillBuffer(std::unique_lock<Monitor>& lock, const SExposure& exposu
     SBuffer& buffer = m_buffers.at(index);
     buffer.bytesUsed = static_cast<uint32_t>(isShort ? m_mode->bytes() / 2 : m_mode->bytes());
     buffer.sequence = m_sequence++;
+    buffer.frameId = exposure.frameId;
     buffer.timestampNs = monotonicNs();
     m_buffers.finishFilling(index);
     m_attendance.frameFinished(m_clock.monotonicAt(exposure.readNs));

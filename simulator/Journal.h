@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <optional>
 #include <span>
+#include <string>
 #include <vector>
 
 namespace obrisim {
@@ -32,6 +33,8 @@ public:
     bool wantsPixels() const { return !m_keepFrames.empty(); }
 
     void frame(const SFrameRecord& record) const;
+    /// The stream ended with the frame in a buffer that the program had not taken.
+    void untaken(uint32_t frameId) const { m_frames.write("# untaken " + std::to_string(frameId)); }
     void pixels(uint32_t frameId, const std::vector<uint16_t>& pixels) const;
     /// @param outcome  0, or the errno with which the command failed
     void command(int64_t nowNs, std::span<const uint8_t> bytes, int outcome) const;
