@@ -14,8 +14,9 @@
 namespace libobrifile {
 
 namespace {
-constexpr size_t sLongestWrite = 1 << 20; // bytes; the room they had is free again after each
-constexpr mode_t sModeOfNewFiles = 0666;  // less what the user's mask takes
+constexpr size_t sLongestWrite = 1 << 20;       // bytes; the room they had is free again after each
+constexpr size_t sBytesFromTheStart = 16 << 20; // of the queue's memory
+constexpr mode_t sModeOfNewFiles = 0666;        // less what the user's mask takes
 
 struct SWritten {
     size_t bytes;
@@ -74,6 +75,7 @@ bool WriteBehindFile::FallBehind()
     if (queue == MAP_FAILED)
         return false;
     m_queue = static_cast<char*>(queue);
+    madvise(queue, m_queueBytes, MADV_NOHUGEPAGE); // to find one takes milliseconds where memory is full
     try {
         m_thread = std::thread(&WriteBehindFile::Run, this);
     } catch (const std::exception&) {
@@ -206,6 +208,8 @@ void WriteBehindFile::Run()
 {
     pthread_setname_np(pthread_self(), "write-behind");
     leaveSignalsToOthers();
+    // Memory for the first frames, so that their thread need not wait for it.
+    madvise(m_queue, std::min(m_queueBytes, sBytesFromTheStart), MADV_POPULATE_WRITE);
     std::unique_lock lock(m_mutex);
     for (;;) {
         m_work.wait(lock, [this] { return m_queued > 0 || m_isClosing; });
