@@ -1,6 +1,7 @@
 #include "WriteBehindFile.h"
 
 #include <algorithm>
+#include <cassert>
 #include <cerrno>
 #include <csignal>
 #include <cstring>
@@ -127,7 +128,8 @@ bool WriteBehindFile::Queue(const char* bytes, size_t length)
         m_hasWaited |= m_queued == m_queueBytes;
         m_room.wait(lock, [this] { return m_queued < m_queueBytes || m_error != 0; });
         if (m_queued == 0)
-            m_head = 0; // the same memory again, as long as the disk keeps up
+            m_head = 0;           // the same memory again, as long as the disk keeps up
+        assert(m_queueBytes > 0); // or there would be no thread
         const size_t at = (m_head + m_queued) % m_queueBytes;
         const size_t piece = std::min({length - taken, m_queueBytes - m_queued, m_queueBytes - at});
         lock.unlock(); // nobody else touches what is not queued
