@@ -74,6 +74,7 @@ struct SLostFrame {
     int64_t ran = 0;       ///< processor time it used in that
     int64_t gap = 0;       ///< the longest it was kept from running in that
     char state = 0;        ///< what it was doing; 0: the frame was lost for another reason
+    size_t before = 0;     ///< frames of the recording that were sent before it
     std::string line = {}; ///< of the log
 };
 
@@ -85,15 +86,19 @@ std::ostream& operator<<(std::ostream& stream, const SLostFrame& frame)
 std::vector<SLostFrame> lostFrames(const std::vector<std::string>& log, std::pair<uint32_t, uint32_t> span)
 {
     std::vector<SLostFrame> lost;
+    size_t sent = 0;
     for (const std::string& line : log) {
         std::istringstream words(line);
-        SLostFrame frame{.line = line};
+        SLostFrame frame{.before = sent, .line = line};
         std::string fate, other;
         words >> frame.id >> fate;
         for (int column = 0; column < 6; ++column)
             words >> other;
         words >> frame.behind >> frame.handled >> frame.ran >> frame.gap >> frame.state;
-        if (fate == "lost" && frame.id >= span.first && frame.id <= span.second)
+        if (frame.id < span.first || frame.id > span.second)
+            continue;
+        sent += fate == "sent";
+        if (fate == "lost")
             lost.push_back(frame);
     }
     return lost;
@@ -106,9 +111,14 @@ std::vector<SLostFrame> lostFrames(const std::vector<std::string>& log, std::pai
 /// thread, which waits for one itself (C). One that waits for a disk, a lock or the main loop is in D or S; one that is
 /// too slow shows it in the cost of all frames. What its clock shows beyond that cost is not its own: under such a
 /// writer, the interrupts of the disk take up to 5 ms of the thread they meet, and the machine below may take more.
+/// While the recording starts, the program waits until its file is open; the frames in the five buffers come into it
+/// first.
 std::vector<SLostFrame> unexplained(std::vector<SLostFrame> lost)
 {
-    std::erase_if(lost, [](const SLostFrame& frame) { return frame.state == 'R' || frame.state == 'C'; });
+    std::erase_if(lost, [](const SLostFrame& frame) {
+        const bool isStart = frame.state == 'S' && frame.before <= 5;
+        return frame.state == 'R' || frame.state == 'C' || isStart;
+    });
     return lost;
 }
 
