@@ -28,7 +28,9 @@ public:
             m_high = std::max(m_high, point.flux);
             m_seconds = std::max(m_seconds, seconds(point));
         }
-        m_low = std::min(m_low, 0.0); // the zero line tells how deep a drop is
+        // The zero line, which is always shown, tells how deep a drop is.
+        m_low = std::min(m_low, 0.0);
+        m_high = std::max(m_high, 0.0);
         if (m_high <= m_low)
             m_high = m_low + 1;
     }

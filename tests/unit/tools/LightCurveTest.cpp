@@ -47,6 +47,9 @@ TEST(LightCurve, FindsFluxAndTimesAndTellsBadFrames)
     const TemporaryFolder folder;
     ASSERT_EQ(lightCurvePng(points, "test", "a.png"), "");
     EXPECT_THAT(folder.textOf("a.png"), HasSubstr("PNG"));
+    for (SLightPoint& point : points)
+        point.flux = -9; // a place darker than its ring: the zero line lies above all points
+    EXPECT_THAT(lightCurveText(points), HasSubstr(" 0 |....."));
 }
 
 } // namespace
