@@ -2,10 +2,9 @@
 
 #include <algorithm>
 #include <array>
+#include <charconv>
 #include <cstdint>
-#include <cstdlib>
 #include <fstream>
-#include <limits>
 #include <map>
 #include <stdexcept>
 
@@ -46,25 +45,23 @@ static Header readHeader(std::istream& file, const std::string& path)
     throw std::runtime_error(path + ": no FITS header");
 }
 
-// Numbers in a header have a decimal point, whatever the locale says; no sky needs more than this reads.
+// Numbers in a header have a decimal point, whatever the locale says, and may have an exponent behind E or D.
 static double number(const Header& header, const std::string& key, double otherwise)
 {
     const auto found = header.find(key);
     if (found == header.end())
         return otherwise;
-    const std::string& text = found->second;
-    const auto point = text.find('.');
-    double value = std::strtol(text.c_str(), nullptr, 10);
-    double place = text.starts_with('-') ? -0.1 : 0.1;
-    for (size_t i = point; point != std::string::npos && ++i < text.size() && isdigit(text[i]); place /= 10)
-        value += place * (text[i] - '0');
+    std::string text = found->second;
+    std::ranges::replace(text, 'D', 'E');
+    double value = 0;
+    std::from_chars(text.data() + text.starts_with('+'), text.data() + text.size(), value);
     return value;
 }
 
 static int side(const Header& header, const char* key, const std::string& path)
 {
     const double value = number(header, key, 0);
-    if (value < 1 || value > sMaxSide)
+    if (!(value >= 1 && value <= sMaxSide))
         throw std::runtime_error(path + ": " + key + " is not a usable size");
     return static_cast<int>(value);
 }

@@ -2,19 +2,10 @@
 
 #include "SceneText.h"
 
-#include <charconv>
 #include <cinttypes>
 #include <cstdio>
 
 namespace obrisim {
-
-// The program's locale may write decimals with a comma.
-static std::string decimal(double value)
-{
-    char text[32];
-    const auto end = std::to_chars(text, text + sizeof text, value, std::chars_format::fixed, 4).ptr;
-    return {text, end};
-}
 
 Journal::Journal(const SOptions& options, int64_t originNs)
     : m_frames(options.frameLog), m_commands(options.commandLog), m_keepFrames(options.keepFrames)
@@ -54,7 +45,7 @@ void Journal::frame(const SFrameRecord& r) const
     char text[160];
     snprintf(text, sizeof text, "%u %s %" PRId64 " %" PRId64 " %d %d %016" PRIx64 " ", r.frameId,
              r.sent ? "sent" : "lost", r.startNs, r.endNs, r.width, r.height, r.hash);
-    m_frames.write(text + decimal(r.targetPart) + words(r.loss));
+    m_frames.write(text + decimal(r.targetPart, 4) + words(r.loss));
 }
 
 void Journal::pixels(uint32_t frameId, const std::vector<uint16_t>& pixels) const

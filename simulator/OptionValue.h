@@ -22,7 +22,7 @@ public:
     T number(size_t part, T lowest, T highest) const;
     /// 0 for a part that is not there.
     int64_t count(size_t part) const { return has(part) ? number<int64_t>(part, 0, 1'000'000'000'000) : 0; }
-    double seconds(size_t part) const { return number<double>(part, 0.0, 1e10); }
+    double seconds(size_t part) const { return number<double>(part, 0.0, 9e9); }
     int64_t nanoseconds(size_t part) const;
     /// The name or the number of a system error.
     int error(size_t part) const;

@@ -24,10 +24,8 @@ public:
     /// Makes ready for one frame. @param targetPart  the part of the target's light that is seen, 0..1
     void beginFrame(uint32_t frameId, double targetPart);
 
-    /// Renders one row, 0..height-1, of 12-bit samples: mode().width of them.
+    /// Renders one row, 0..height-1, of the mode's width of 12-bit samples.
     void renderRow(int row, uint16_t* samples) const;
-
-    const SSensorMode& mode() const { return *m_mode; }
 
 private:
     void preparePlanes();

@@ -6,11 +6,10 @@
 
 namespace obrisim {
 
-// Numbers have a decimal point in every locale.
-static std::string decimal(double value)
+std::string decimal(double value, int decimals)
 {
     char text[64];
-    return {text, std::to_chars(text, text + sizeof text, value, std::chars_format::fixed, 3).ptr};
+    return {text, std::to_chars(text, text + sizeof text, value, std::chars_format::fixed, decimals).ptr};
 }
 
 std::string targetLines(const char* before)

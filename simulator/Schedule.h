@@ -9,8 +9,6 @@ struct SOccultation {
     int64_t durationNs = 0; ///< 0: never
     int64_t periodNs = 0;   ///< 0: once; else it comes back, each period after the last start
     double depth = 1.0;     ///< part of the light that goes: 0..1
-
-    bool operator==(const SOccultation&) const = default;
 };
 
 /// The part of the target's light, 0..1, that an exposure from start to end (ns, as above) collects.
