@@ -27,7 +27,11 @@ void StreamWatch::streamStarted(Time now)
 void StreamWatch::frameArrived(Time now)
 {
     streamStarted(now);
-    m_longestExposureMs.store(m_exposureMs.load());
+    // A frame that is read out comes when the next exposure is under way: that one may be older than a setting made
+    // since the frame before.
+    const int exposure = m_exposureMs.load();
+    m_longestExposureMs.store(std::max(exposure, m_exposureAtFrameMs));
+    m_exposureAtFrameMs = exposure;
 }
 
 std::chrono::milliseconds StreamWatch::patience() const

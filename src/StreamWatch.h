@@ -41,8 +41,9 @@ private:
     // Until somebody sets it, the exposure may be anything up to what the window offers.
     static constexpr int sUnknownExposureMs = 5000;
     std::atomic<int> m_exposureMs{sUnknownExposureMs};
-    // The longest since the last frame: an exposure under way is not cut short by a new setting.
+    // The longest since the frame before the last: an exposure under way is not cut short by a new setting.
     std::atomic<int> m_longestExposureMs{sUnknownExposureMs};
+    int m_exposureAtFrameMs = 0; // what was set when the last frame came
 };
 
 /// The watch over the program's one camera.

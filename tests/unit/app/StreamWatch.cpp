@@ -28,6 +28,11 @@ TEST(StreamWatch, SilenceIsJudgedByTheExposure)
     EXPECT_TRUE(deadAfter(watch, 14s));
     watch.noteExposureTime(100);
     EXPECT_FALSE(deadAfter(watch, 12s)) << "the long exposure may still be under way";
+    watch.noteExposureTime(4999);
+    watch.frameArrived(sBegin);
+    watch.noteExposureTime(100);
+    watch.frameArrived(sBegin);
+    EXPECT_FALSE(deadAfter(watch, 12s)) << "and was while the frame before it was read out";
     watch.frameArrived(sBegin);
     watch.bufferWasEmpty();
     EXPECT_FALSE(deadAfter(watch, 1s));
