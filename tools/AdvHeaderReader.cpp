@@ -51,7 +51,7 @@ bool readZones(const SAdvImageSection& image, SAdvLayout& layout)
         return true;
     uint32_t count = 0;
     // Each zone takes four tags, and the number of tags is one byte.
-    if (!parseUnsigned(countText, count) || count == 0 || count > 63)
+    if (!parseInteger(countText, count) || count == 0 || count > 63)
         return false;
     for (uint32_t i = 0; i < count; ++i) {
         SAdvZone zone;
@@ -60,7 +60,7 @@ bool readZones(const SAdvImageSection& image, SAdvLayout& layout)
             uint32_t& field;
         } parts[] = {{"ROI-LEFT-", zone.x}, {"ROI-TOP-", zone.y}, {"ROI-WIDTH-", zone.w}, {"ROI-HEIGHT-", zone.h}};
         for (const auto& part : parts)
-            if (!parseUnsigned(tagValue(layout.tags, part.name + std::to_string(i)), part.field))
+            if (!parseInteger(tagValue(layout.tags, part.name + std::to_string(i)), part.field))
                 return false;
         const bool isInside = zone.x <= image.width && zone.w <= image.width - zone.x && zone.y <= image.height &&
                               zone.h <= image.height - zone.y;

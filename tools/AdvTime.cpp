@@ -48,7 +48,7 @@ bool parseIsoTime(std::string_view text, int64_t& ns)
         size_t at, length;
     } sFields[] = {{0, 4}, {5, 2}, {8, 2}, {11, 2}, {14, 2}, {17, 2}};
     for (size_t i = 0; i < 6; ++i)
-        if (!parseUnsigned(text.substr(sFields[i].at, sFields[i].length), fields[i]) || fields[i] < 0)
+        if (!parseInteger(text.substr(sFields[i].at, sFields[i].length), fields[i]) || fields[i] < 0)
             return false;
     for (size_t i = 0; i < sPattern.size(); ++i)
         if (sPattern[i] != '0' && text[i] != sPattern[i])
@@ -62,7 +62,7 @@ bool parseIsoTime(std::string_view text, int64_t& ns)
     if (!decimals.empty()) {
         std::string digits(decimals.substr(1, 9));
         digits.resize(9, '0');
-        if (decimals[0] != '.' || !parseUnsigned(digits, fraction) || fraction < 0)
+        if (decimals[0] != '.' || !parseInteger(digits, fraction) || fraction < 0)
             return false;
     }
     const int64_t daysSince = (sys_days(date) - sEpoch).count();

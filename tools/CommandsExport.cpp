@@ -28,7 +28,7 @@ int withRecording(const std::string& path, std::ostream& err, Work work)
 int runFrame(const SArguments& arguments, std::ostream&, std::ostream& err)
 {
     size_t n = 0;
-    if (!parseUnsigned(arguments.files[1], n)) {
+    if (!parseInteger(arguments.files[1], n)) {
         err << "obri-adv: \"" << arguments.files[1] << "\" is no frame number\n";
         return sStatusNotSuch;
     }

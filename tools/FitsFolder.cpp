@@ -60,7 +60,7 @@ bool splitName(const fs::path& path, std::string& stem, SFitsFile& file)
         name.resize(dash);
     }
     const size_t digits = name.find_last_not_of(sDigits) + 1;
-    if (digits == 0 || name[digits - 1] != '_' || !parseUnsigned(std::string_view(name).substr(digits), file.number))
+    if (digits == 0 || name[digits - 1] != '_' || !parseInteger(std::string_view(name).substr(digits), file.number))
         return false;
     stem = name.substr(0, digits) + again;
     file.label = name.substr(digits);
@@ -110,7 +110,7 @@ void readTimes(fitsfile* handle, SFitsFile& file)
     file.hasTime = parseIsoTime(cardText(handle, "DATE-OBS"), file.time.startNs) &&
                    libobribase::parseDouble(cardText(handle, "EXPTIME"), &exposure) && exposure >= 0 && exposure < 1e6;
     file.time.endNs = file.time.startNs + static_cast<int64_t>(std::llround(exposure * sNsPerSecond));
-    file.hasCounter = parseUnsigned(cardText(handle, "FRAMEID"), file.time.counter);
+    file.hasCounter = parseInteger(cardText(handle, "FRAMEID"), file.time.counter);
 }
 
 /// Reads size and times; empty, or what is wrong with the file.

@@ -6,9 +6,10 @@
 
 namespace obriadv {
 
-/// Parses a whole text as a decimal number, whatever the locale. False, value untouched, when it is none.
+/// Parses a text that is a whole number in decimal and nothing else. False, value untouched, when it is none or does
+/// not fit; a minus is taken for signed types alone.
 template <class Number>
-bool parseUnsigned(std::string_view text, Number& value)
+bool parseInteger(std::string_view text, Number& value)
 {
     Number parsed{};
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), parsed);
