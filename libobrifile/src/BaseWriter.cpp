@@ -63,6 +63,8 @@ bool BaseWriter::IsRecording()
 
 void BaseWriter::StartRecording()
 {
+    if (m_recording)
+        return;
     m_frameNr = 0;
     if (HasFailed())
         return;

@@ -33,7 +33,7 @@ public:
     virtual void CreateBaseFile(std::string path, uint32_t w, uint32_t h, uint8_t bbp);
     virtual std::string GetFormatName() = 0;
     virtual bool IsRecording();
-    /// Writes the header. IsRecording() is true afterwards, unless the writer has failed.
+    /// Writes the header. IsRecording() is true afterwards, unless the writer has failed. Harmless when recording.
     virtual void StartRecording();
     /// Writes the trailer and closes the files. Harmless when not recording.
     virtual void StopRecording();
