@@ -8,14 +8,6 @@
 
 using libobrifile::WriteBehindFile;
 
-namespace {
-std::string contentOf(const std::string& path)
-{
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
-}
-} // namespace
-
 // Blocks of many lengths, back-patches and cuts, through queues smaller and larger than what goes through them.
 TEST(WriteBehindFile, HoldsWhatAnOrdinaryFileWould)
 {
@@ -49,7 +41,7 @@ TEST(WriteBehindFile, HoldsWhatAnOrdinaryFileWould)
             EXPECT_TRUE(file.Drain());
             EXPECT_EQ(file.WrittenUpTo(), expected.size());
             EXPECT_EQ(fclose(stream), 0);
-            EXPECT_EQ(contentOf("a"), expected);
+            EXPECT_EQ(folder.textOf("a"), expected);
         }
     }
 }
@@ -80,6 +72,6 @@ TEST(WriteBehindFile, TellsWhatItCouldNotWriteUntilItIsCutBack)
             }
         }
         EXPECT_EQ(fclose(stream) == 0, isCutBack);
-        EXPECT_EQ(contentOf("a").size(), isCutBack ? 503U : 1000U);
+        EXPECT_EQ(folder.textOf("a").size(), isCutBack ? 503U : 1000U);
     }
 }

@@ -121,9 +121,8 @@ TEST(CommandLine, StatusTellsWhatHappened)
     writeWhole("good.adv", AdvBuilder().add(5).build());
     writeWhole("bad.adv", interrupted.add(5).build());
     writeWhole("other.adv", {'S', 'I', 'M', 'P', 'L', 'E'});
+    // Words, status, and how what is said begins.
     const std::tuple<std::vector<std::string>, int, std::string> cases[] = {
-        // what is said begins so
-
         {{"verify", "good.adv"}, 0, "good.adv: OK, 5 frames, no frame lost, every byte accounted for"},
         {{"verify", "bad.adv"}, 1, "bad.adv: 2 findings"},
         {{"verify", "other.adv"}, 2, "other.adv: not an ADV recording"},
