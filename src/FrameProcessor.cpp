@@ -284,12 +284,9 @@ void FrameProcessor::publishStatus(SFrame& frame)
 {
     updateRecordingStatus();
     updateStreamStatus([&](SStreamStatus& s) {
-        s.width = m_width;
-        s.height = m_height;
         s.framesSeen = m_framesSeen;
         s.framesLost = m_framesLost;
         s.overlayErrors = m_overlayErrors;
-        s.cameraFrameId = frame.currentFrameNumber;
         s.overlayText.swap(frame.overlayText);
         s.timeValid = m_binaryOverlay->m_isValid && m_binaryOverlay->m_timeFlag;
         s.fixState = m_camStatus->m_fixState;

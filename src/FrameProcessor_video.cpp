@@ -140,5 +140,4 @@ void FrameProcessor::updateRecordingStatus()
     r.frames = m_videoWriter->GetFrameNr();
     r.seconds = passed.count();
     r.bytesWritten = r.frames * r.bytesPerFrame;
-    r.bytesPerSecond = r.seconds > 0 ? static_cast<double>(r.bytesWritten) / r.seconds : 0;
 }

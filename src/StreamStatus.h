@@ -14,7 +14,7 @@ struct SRecordingStatus {
     double seconds = 0;         ///< since the recording began
     uint64_t bytesWritten = 0;  ///< frames times bytesPerFrame
     uint64_t bytesPerFrame = 0; ///< pixels of one frame, uncompressed
-    double bytesPerSecond = 0;  ///< bytesWritten over seconds
+    double bytesPerSecond = 0;  ///< at present: the window's to work out (RecordingRate)
 };
 
 /// What the window shows of camera and stream: one consistent copy, whatever the streaming thread is doing.
@@ -23,13 +23,10 @@ struct SStreamStatus {
     std::string cameraName;
     bool streaming = false;
 
-    int width = 0; ///< pixels of the latest frame
-    int height = 0;
     uint64_t framesSeen = 0;    ///< whole frames processed since the program began
     uint64_t framesLost = 0;    ///< gaps in the camera's own counter within streams, since the program began
     uint64_t overlayErrors = 0; ///< frames whose overlay could not be read, since the program began
-    uint32_t cameraFrameId = 0;
-    std::string overlayText; ///< the overlay summed up in one line; of the last frame that could be read
+    std::string overlayText;    ///< the last overlay that could be read, in one line; not shown yet
 
     bool timeValid = false; ///< the latest frame carries GPS times
     int fixState = 0;

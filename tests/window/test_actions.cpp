@@ -63,8 +63,7 @@ TEST_F(Actions, TheBoxShowsTheSizeInForceWithoutSendingIt)
 
     box.set_active(4);
     EXPECT_THAT(camera.take(), ElementsAre("setResolution 408 310"));
-    inForce(408, 310); // as the facade leaves it, while frames of the old size still come
-    updateStreamStatus([](SStreamStatus& status) { status.width = 1624, status.height = 1240; });
+    inForce(408, 310); // as the facade leaves it
     letPass(0.6);
     EXPECT_EQ(box.get_active_row_number(), 4);
     inForce(0, 0);
