@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <gdk/gdkkeysyms.h>
+#include <gdkmm/cursor.h>
 #include <gtkmm/stylecontext.h>
 #include <pangomm/layout.h>
 

@@ -3,7 +3,6 @@
 #include "Histogram.h"
 
 #include <cairomm/context.h>
-#include <gdkmm/cursor.h>
 #include <gtkmm/drawingarea.h>
 #include <sigc++/trackable.h>
 #include <vector>

@@ -1,6 +1,7 @@
 #include "camera_control.h"
 
 #include "FrameGate.h"
+#include "ObriCam.h"
 #include "SharedFlag.h"
 #include "streaming.h"
 #include "StreamWatch.h"

@@ -1,6 +1,5 @@
 #pragma once
 
-#include "ObriCam.h"
 #include <array>
 #include <cstdint>
 

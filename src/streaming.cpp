@@ -1,6 +1,6 @@
 #include "streaming.h"
-#include "FrameGate.h"
 
+#include "FrameGate.h"
 #include "FrameProcessor.h"
 #include "ObriCam.h"
 #include "SharedFlag.h"

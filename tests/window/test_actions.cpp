@@ -1,6 +1,5 @@
-#include "camera_control.h"
+#include "ObriCam.h"
 #include "SharedFlag.h"
-#include "StreamStatus.h"
 #include "WindowTest.h"
 
 using testing::ElementsAre;

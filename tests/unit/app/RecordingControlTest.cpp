@@ -2,7 +2,7 @@
 
 #include "FrameProcessorSite.h"
 
-#include "camera_control.h"
+#include "ObriCam.h"
 #include "ObriVariables.h"
 
 using testing::HasSubstr;
