@@ -2,7 +2,6 @@
 
 #include "PixelHistogram.h"
 
-#include <cstddef>
 #include <cstdint>
 #include <vector>
 

@@ -4,8 +4,6 @@
 
 #include <immintrin.h>
 
-#include <cstring>
-
 // From here on to the end of the file, so that what the headers above define stays fit for every processor.
 #if defined(__clang__)
 #pragma clang attribute push(__attribute__((target("avx2"))), apply_to = function)

@@ -3,6 +3,8 @@
 #include "PixelColour.h"
 #include "PixelKernels.h"
 
+#include <cstddef>
+
 // The loops over pixels in portable code: one level of their own, and the ends of rows in the vector levels. The
 // namespace has no name on purpose: each source that includes this compiles it for its own instruction level, and
 // the linker must not share the copies.

@@ -1,7 +1,6 @@
 #include "Camera.h"
 
 #include <cerrno>
-#include <cstdio>
 #include <cstring>
 
 namespace obrisim {

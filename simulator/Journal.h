@@ -2,7 +2,6 @@
 #include "Attendance.h"
 #include "LineLog.h"
 #include "Options.h"
-#include "Settings.h"
 
 #include <cstdint>
 #include <optional>

@@ -3,7 +3,6 @@
 #include "ByteCursor.h"
 
 #include <algorithm>
-#include <cstring>
 
 namespace obriadv {
 

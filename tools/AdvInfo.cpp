@@ -4,6 +4,7 @@
 #include "AdvTime.h"
 #include "AdvVerify.h"
 #include "JsonWriter.h"
+#include "SafeText.h"
 
 #include "TextFormat.h"
 

@@ -2,7 +2,6 @@
 
 #include "NumberText.h"
 
-#include <algorithm>
 #include <chrono>
 #include <cstdio>
 

@@ -3,8 +3,8 @@
 #include "AdvBytes.h"
 #include "AdvHeaderReader.h"
 #include "AdvTime.h"
-#include "JsonWriter.h"
 #include "Progress.h"
+#include "SafeText.h"
 
 #include <algorithm>
 

@@ -1,7 +1,6 @@
 #include "CommandLine.h"
 
 #include <algorithm>
-#include <array>
 #include <ostream>
 
 namespace obriadv {

@@ -1,8 +1,8 @@
 #include "CommandLine.h"
 
 #include "AdvTime.h"
-#include "JsonWriter.h"
 #include "LightCurve.h"
+#include "SafeText.h"
 
 #include "TextFormat.h"
 

@@ -2,9 +2,9 @@
 
 #include "AdvTime.h"
 #include "FitsHandle.h"
-#include "JsonWriter.h"
 #include "NumberText.h"
 #include "Progress.h"
+#include "SafeText.h"
 
 #include "TextFormat.h"
 

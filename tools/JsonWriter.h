@@ -34,10 +34,4 @@ private:
     bool m_isFirst = true;
 };
 
-/// Length of the UTF-8 sequence that text begins with, 0 when it begins with none.
-size_t utf8Length(std::string_view text);
-
-/// The text with control characters and bytes that are no UTF-8 replaced by "?", safe to show on a terminal.
-std::string printable(std::string_view text);
-
 } // namespace obriadv

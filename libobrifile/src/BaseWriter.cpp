@@ -8,7 +8,6 @@
 #include <cerrno>
 #include <cstring>
 #include <stdio_ext.h>
-#include <unistd.h>
 #include <utility>
 
 namespace libobrifile {
