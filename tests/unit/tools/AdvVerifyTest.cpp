@@ -121,12 +121,19 @@ TEST(CommandLine, StatusTellsWhatHappened)
     writeWhole("good.adv", AdvBuilder().add(5).build());
     writeWhole("bad.adv", interrupted.add(5).build());
     writeWhole("other.adv", {'S', 'I', 'M', 'P', 'L', 'E'});
+    Bytes old = readWhole("good.adv");
+    writeWhole("cut.adv", Bytes(old.begin(), old.begin() + 60));
+    old[4] = 1;
+    writeWhole("old.adv", old);
     // Words, status, and how what is said begins.
     const std::tuple<std::vector<std::string>, int, std::string> cases[] = {
         {{"verify", "good.adv"}, 0, "good.adv: OK, 5 frames, no frame lost, every byte accounted for"},
         {{"verify", "bad.adv"}, 1, "bad.adv: 2 findings"},
         {{"verify", "other.adv"}, 2, "other.adv: not an ADV recording"},
-        {{"verify", "none"}, 2, "none: cannot open"},
+        {{"verify", "none"}, 2, "none: cannot open \"none\" (No such file or directory)"},
+        {{"verify", "/dev/zero"}, 2, "/dev/zero: \"/dev/zero\" is not a regular file"},
+        {{"verify", "cut.adv"}, 2, "cut.adv: the file ends within its header"},
+        {{"verify", "old.adv"}, 2, "old.adv: ADV format version 1 is not supported"},
         {{"info", "good.adv", "--json"}, 0, "{\n"},
         {{"info", "other.adv"}, 2, "obri-adv: other.adv"},
         {{"info", "--yaml", "good.adv"}, 2, "obri-adv: info has no option \"--yaml\""},
