@@ -17,7 +17,7 @@ public:
 
     /// Says where frames go; opens nothing.
     /// @param pathTemplate path of a frame's file, with "[FRAMENR]" where the frame's number goes
-    ///                     (five digits, from 00001). Without it each frame replaces the one before.
+    ///                     (five digits or more, from 00001). Without it each frame replaces the one before.
     void CreateFitsSequence(std::string pathTemplate, unsigned int width, unsigned int height,
                             unsigned char nativeBitsPerPixel);
     /// "FITS Sequence 16-bit" and the like.

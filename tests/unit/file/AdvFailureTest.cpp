@@ -56,8 +56,8 @@ TEST_F(AdvFailure, WithoutRoomForTheHeaderNothingLooksLikeARecording)
 TEST_F(AdvFailure, CountsTheFramesThatTheFileHasWhenTheDiskAnswersLate)
 {
     const Bytes two = expected.build();
-    for (int round = 0; round < 1000; ++round) {
-        ASSERT_EQ(recordInto(headerLength + 3 * recordLength - 1 - static_cast<size_t>(round) % 300, 20), 2U);
+    for (int round = 0; round < 300; ++round) {
+        ASSERT_EQ(recordInto(headerLength + 3 * recordLength - 1 - static_cast<size_t>(round), 20), 2U);
         ASSERT_EQ(readWhole("a.adv"), two);
     }
 }
