@@ -20,4 +20,8 @@ struct PreviewImage {
 
     /// Copies w * h words, rows without gaps; both sizes 1..2048.
     void assign(const uint32_t* source, int w, int h);
+
+private:
+    /// Blackens what the image before has beyond w x h: nothing else was ever written.
+    void clearBeyond(int w, int h);
 };
