@@ -1,34 +1,17 @@
 #include "Observing.h"
 
+#include "../unit/base/FileSizeLimit.h"
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <fstream>
 #include <sys/mount.h>
-#include <sys/resource.h>
 #include <thread>
 
 using testing::IsEmpty;
 
 namespace {
-
-/// No file of the program may grow beyond so many bytes for as long as the object lives.
-class FileSizeLimit {
-public:
-    FileSizeLimit(const Program& program, uint64_t bytes) : m_processId(program.processId())
-    {
-        prlimit(m_processId, RLIMIT_FSIZE, nullptr, &m_before);
-        const rlimit limit{bytes, m_before.rlim_max};
-        EXPECT_EQ(prlimit(m_processId, RLIMIT_FSIZE, &limit, nullptr), 0);
-    }
-    ~FileSizeLimit() { prlimit(m_processId, RLIMIT_FSIZE, &m_before, nullptr); }
-    FileSizeLimit(const FileSizeLimit&) = delete;
-    FileSizeLimit& operator=(const FileSizeLimit&) = delete;
-
-private:
-    int m_processId;
-    rlimit m_before{};
-};
 
 /// Expects a failure to have been said once to the terminal and once to the log.
 void expectSaidOnce(const Program& program, const std::string& phrase)
@@ -95,7 +78,7 @@ TEST(WriteFailure, OfAFileThatMayNotGrowEndsTheRecordingAloud)
     expectRefused(program, "startRecordingAdv", "Failed to open recording.adv (No such file or directory)");
     std::filesystem::remove(program.folder() / "recording.adv");
     {
-        const FileSizeLimit limit(program, 60'000'000); // 14 full frames
+        const FileSizeLimit limit(60'000'000, program.processId()); // 14 full frames
         ASSERT_NO_FATAL_FAILURE(expectEndsAloudAndWhole(program));
     }
     quit(program);
@@ -123,7 +106,7 @@ TEST(FitsWriteFailure, IsSaidAndFramesGoOn)
     }));
     EXPECT_GE(wholeFitsFiles(gone), 5u);
     {
-        const FileSizeLimit limit(program, 40'000); // a file has 48 960
+        const FileSizeLimit limit(40'000, program.processId()); // a file has 48 960
         ASSERT_NO_FATAL_FAILURE(expectFitsEndsAloud(program, "Failed to write FITS file. (File too large)", [] {}));
     }
     EXPECT_EQ(wholeFitsFiles(fits), 0u);

@@ -1,14 +1,13 @@
 #pragma once
 
+#include "../base/FileSizeLimit.h"
 #include "../base/TemporaryFolder.h"
 #include "DateTime.h"
 #include "IFileWriterAttributesProvider.h"
 
-#include <csignal>
 #include <cstdint>
 #include <map>
 #include <string>
-#include <sys/resource.h>
 
 // What the tests of the recording writers share. Independent of the writers' own primitives.
 
@@ -38,25 +37,4 @@ public:
     uint16_t GetSensorTemperature() override { return temperature; }
     void GetDateTimeFrom(libobribase::DateTime* dt) override { *dt = from; }
     void GetDateTimeTo(libobribase::DateTime* dt) override { *dt = to; }
-};
-
-/// Files of this process cannot grow beyond so many bytes, for the length of a scope: a disk that is full.
-class FileSizeLimit {
-public:
-    explicit FileSizeLimit(rlim_t bytes)
-    {
-        m_oldHandler = signal(SIGXFSZ, SIG_IGN);
-        getrlimit(RLIMIT_FSIZE, &m_old);
-        const rlimit limit{bytes, m_old.rlim_max};
-        setrlimit(RLIMIT_FSIZE, &limit);
-    }
-    ~FileSizeLimit()
-    {
-        setrlimit(RLIMIT_FSIZE, &m_old);
-        signal(SIGXFSZ, m_oldHandler);
-    }
-
-private:
-    rlimit m_old{};
-    void (*m_oldHandler)(int);
 };
