@@ -1,5 +1,6 @@
 #include "Camera.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 

@@ -2,6 +2,7 @@
 
 #include "Clock.h"
 
+#include <algorithm>
 #include <cstdlib>
 
 namespace obrisim {

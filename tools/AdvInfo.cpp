@@ -8,6 +8,7 @@
 
 #include "TextFormat.h"
 
+#include <algorithm>
 #include <cstdio>
 
 namespace obriadv {

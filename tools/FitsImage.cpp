@@ -2,6 +2,7 @@
 
 #include "FitsHandle.h"
 
+#include <algorithm>
 #include <cstdlib>
 
 namespace obriadv {

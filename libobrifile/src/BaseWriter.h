@@ -77,8 +77,8 @@ protected:
     uint64_t GetCurPosition();
     /// Hands over what is buffered and goes to a position counted from the file's start.
     void SetCurPosition(uint64_t p);
-    /// Hands over what is buffered, without waiting for the disk. False when a write failed since the last CutBackTo:
-    /// one of what was handed over at any time since then.
+    /// Hands over what is buffered, without waiting for the disk. False when the disk has refused something that was
+    /// handed over since the last CutBackTo, now or earlier.
     bool FlushFile();
     /// Hands over what is buffered and waits until the file has it. False as FlushFile.
     bool SettleFile();

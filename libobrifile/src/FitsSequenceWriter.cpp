@@ -3,6 +3,7 @@
 #include "FitsHeaderService.h"
 #include "TextFormat.h"
 
+#include <cstdio>
 #include <utility>
 
 namespace libobrifile {
