@@ -1,3 +1,4 @@
+#include "AdvRewrite.h"
 #include "Observing.h"
 
 #include <gmock/gmock.h>
@@ -95,6 +96,23 @@ TEST(EndingWhileRecording, LostDisplayFinalisesTheRecordingToo)
     auto display = std::make_unique<Server>(sXServer);
     endWhileRecording({.simulator = {"--pace", "buffers"}, .environment = {{"DISPLAY", ":" + display->address()}}},
                       {"", [&](Program&) { display.reset(); }, 1, "The display was lost: the program ends\n"});
+}
+
+// Fails when what a program that was killed outright leaves cannot be repaired, or lacks a frame that the file had.
+TEST(EndingWhileRecording, KilledOutrightItLeavesWhatRepairCompletes)
+{
+    Program program({.simulator = {"--pace", "buffers"}});
+    const auto killed = program.folder() / "recording.adv", repaired = program.folder() / "repaired.adv";
+    ASSERT_NO_FATAL_FAILURE(streamAt(program, sFullSize));
+    ASSERT_NO_FATAL_FAILURE(startRecording(program));
+    constexpr size_t sFrames = 8, sFrameBytes = 2 * 1624 * 1240;
+    ASSERT_TRUE(waitFor([&] { return file_size(killed) > (sFrames + 1) * sFrameBytes; }));
+    program.signal(SIGKILL);
+    ASSERT_TRUE(program.waitForEnd());
+    EXPECT_EQ(program.exitStatus(), 128 + SIGKILL);
+    EXPECT_EQ(obriadv::repairRecording(killed, repaired).error, "");
+    EXPECT_THAT(differences(repaired, parseFrameLog(program.frameLog())), IsEmpty());
+    EXPECT_GE(framesIn(repaired), sFrames);
 }
 
 // Fails when pulling the cable crashes the program, passes in silence, floods the terminal or spoils the recording.
