@@ -29,31 +29,21 @@ uint64_t PerformanceUtil::GetMilliseconds()
 void PerformanceUtil::Reset()
 {
     const SInstant t = now();
-    ResetAt(t.seconds, t.nanoseconds);
+    m_seconds = t.seconds;
+    m_nanoseconds = t.nanoseconds;
 }
 
 uint64_t PerformanceUtil::MeasureMicroseconds()
 {
-    const SInstant t = now();
-    return MeasureMicrosecondsAt(t.seconds, t.nanoseconds);
-}
-
-void PerformanceUtil::ResetAt(uint64_t seconds, uint64_t nanoseconds)
-{
-    m_seconds = seconds;
-    m_nanoseconds = nanoseconds;
-}
-
-uint64_t PerformanceUtil::MeasureMicrosecondsAt(uint64_t seconds, uint64_t nanoseconds)
-{
-    uint64_t secondsPassed = seconds - m_seconds;
-    if (nanoseconds < m_nanoseconds) {
-        nanoseconds += 1000000000;
+    SInstant t = now();
+    uint64_t secondsPassed = t.seconds - m_seconds;
+    if (t.nanoseconds < m_nanoseconds) {
+        t.nanoseconds += 1000000000;
         secondsPassed -= 1;
     }
-    const uint64_t nanosecondsPassed = nanoseconds - m_nanoseconds;
-    // The borrowed second stays in the stored nanoseconds, on purpose: see the header.
-    ResetAt(seconds, nanoseconds);
+    const uint64_t nanosecondsPassed = t.nanoseconds - m_nanoseconds;
+    m_seconds = t.seconds;
+    m_nanoseconds = t.nanoseconds; // with the borrowed second, on purpose: see the header
     return nanosecondsPassed / 1000 + secondsPassed * 1000000;
 }
 

@@ -17,10 +17,6 @@ public:
     /// come out one second short (modulo 2^64) until the next Reset, on purpose.
     uint64_t MeasureMicroseconds();
 
-    /// The same with a given time instead of the clock's.
-    void ResetAt(uint64_t seconds, uint64_t nanoseconds);
-    uint64_t MeasureMicrosecondsAt(uint64_t seconds, uint64_t nanoseconds);
-
 private:
     uint64_t m_seconds = 0;
     uint64_t m_nanoseconds = 0;

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cassert>
-#include <numeric>
 
 namespace libobribase {
 
@@ -22,34 +21,14 @@ void PhotometryBuffer::Produce(const uint16_t* pixels, int rowStride)
     ++m_produced;
 }
 
-uint64_t PhotometryBuffer::producedCount() const
-{
-    const std::lock_guard guard(m_lock);
-    return m_produced;
-}
-
-const uint16_t* PhotometryBuffer::window(int age) const
-{
-    if (age < 0 || age >= m_depth || static_cast<uint64_t>(age) >= m_produced)
-        return nullptr;
-    const uint64_t number = m_produced - 1 - static_cast<uint64_t>(age);
-    return m_pixels.data() + number % static_cast<uint64_t>(m_depth) * windowSize();
-}
-
 bool PhotometryBuffer::read(int age, uint16_t* out) const
 {
     const std::lock_guard guard(m_lock);
-    const uint16_t* pixels = window(age);
-    if (pixels)
-        std::copy_n(pixels, windowSize(), out);
-    return pixels != nullptr;
-}
-
-uint64_t PhotometryBuffer::sum(int age) const
-{
-    const std::lock_guard guard(m_lock);
-    const uint16_t* pixels = window(age);
-    return pixels ? std::accumulate(pixels, pixels + windowSize(), uint64_t{0}) : 0;
+    if (age < 0 || age >= m_depth || static_cast<uint64_t>(age) >= m_produced)
+        return false;
+    const uint64_t number = m_produced - 1 - static_cast<uint64_t>(age);
+    std::copy_n(m_pixels.data() + number % static_cast<uint64_t>(m_depth) * windowSize(), windowSize(), out);
+    return true;
 }
 
 } // namespace libobribase

@@ -15,24 +15,16 @@ public:
 
     int width() const { return m_width; }
     int height() const { return m_height; }
-    int depth() const { return m_depth; }
 
     /// Stores one window, over the oldest when full.
     /// @param pixels    the window's first pixel within a frame that holds all its height rows
     /// @param rowStride pixels from one row of the frame to the next
     void Produce(const uint16_t* pixels, int rowStride);
 
-    /// Windows stored since construction.
-    uint64_t producedCount() const;
-
     /// Copies a window, row by row, width * height pixels. age 0 is the newest; false when none of that age is kept.
     bool read(int age, uint16_t* out) const;
 
-    /// Sum of a window's pixels; 0 when none of that age is kept.
-    uint64_t sum(int age) const;
-
 private:
-    const uint16_t* window(int age) const;
     size_t windowSize() const { return static_cast<size_t>(m_width) * static_cast<size_t>(m_height); }
 
     const int m_width;

@@ -1,7 +1,5 @@
 #include "ZoneMatrix.h"
 
-#include <algorithm>
-
 namespace libobribase {
 
 namespace {
@@ -23,11 +21,6 @@ void ZoneMatrix::setZoneEnabled(int x, int y, bool enabled)
 {
     if (contains(x, y))
         m_zones[index(x, y)] = enabled;
-}
-
-void ZoneMatrix::setAllZonesEnabled(bool enabled)
-{
-    std::fill(m_zones.begin(), m_zones.end(), enabled);
 }
 
 } // namespace libobribase

@@ -16,9 +16,6 @@ public:
     /// Sizes below 1 give an empty grid.
     ZoneMatrix(int width, int height);
 
-    int columns() const { return m_columns; }
-    int rows() const { return m_rows; }
-
     /// Whether zones are to be shown at all.
     bool isEnabled() const { return m_enabled; }
     void setEnabled(bool enabled) { m_enabled = enabled; }
@@ -27,7 +24,6 @@ public:
     bool isZoneEnabled(int x, int y) const { return contains(x, y) && m_zones[index(x, y)] != 0; }
     /// Outside the grid nothing happens.
     void setZoneEnabled(int x, int y, bool enabled);
-    void setAllZonesEnabled(bool enabled);
 
 private:
     bool contains(int x, int y) const { return x >= 0 && x < m_columns && y >= 0 && y < m_rows; }
