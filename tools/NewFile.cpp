@@ -42,7 +42,8 @@ std::unique_ptr<NewFile> NewFile::create(const std::string& path, std::string& e
     // O_EXCL: another run that is at work on the same name keeps its file.
     const int descriptor = ::open(temporary.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
     if (descriptor < 0) {
-        error = "cannot create \"" + temporary + "\" (" + strerror(errno) + ")";
+        error = errno == EEXIST ? "\"" + temporary + "\" exists: another run is writing it, or was interrupted"
+                                : "cannot create \"" + temporary + "\" (" + strerror(errno) + ")";
         return nullptr;
     }
     return std::unique_ptr<NewFile>(new NewFile(path, std::move(temporary), descriptor));
