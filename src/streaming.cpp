@@ -28,13 +28,6 @@ void announceCamera(bool connected)
     updateStreamStatus([=](SStreamStatus& status) { status.cameraConnected = connected; });
 }
 
-/// A new stream on the buffers as they are. Called with the gate held.
-void streamBegins()
-{
-    m_frameProcessor->StreamStarted();
-    frameGate().openSession();
-}
-
 /// A recording without a camera would have no frame. Called with the gate held.
 bool isCameraThereFor(const char* recording)
 {
@@ -56,7 +49,8 @@ void startStreaming()
     mapVideoMemory(cam.fd, &cam.videomem);
     cameraDeviceStartStreaming(cam.fd);
     storeShared(cam.isStreaming, 1);
-    streamBegins();
+    m_frameProcessor->StreamStarted();
+    frameGate().openSession();
     announceStreaming(true);
 }
 
@@ -124,10 +118,11 @@ bool restartStreaming(uint64_t session)
         sSaidDead = true;
         error = cameraDeviceRestartStreaming(cam.fd, &cam.videomem);
     }
+    // Another session, but for the counter of frames the same stream: what the camera counted meanwhile is lost.
     if (error == ENODEV)
         cameraUnplugged();
     else
-        streamBegins(); // also when it failed: the next verdict takes its time again
+        frameGate().openSession(); // also when it failed: the next verdict takes its time again
     return error == 0;
 }
 

@@ -134,6 +134,7 @@ SHeld judgeRecording(const SFault& fault, const Program& program)
     EXPECT_GE(held.frames, 10u);
     if (!fault.remark && fault.missing == 0) {
         EXPECT_THAT(differences(recording, camera), IsEmpty());
+        EXPECT_EQ(lossToldBy(program), held.lostByCamera);
     }
     obriadv::AdvFile file;
     EXPECT_EQ(file.open(recording), "");
