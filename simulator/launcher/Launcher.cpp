@@ -67,13 +67,12 @@ void Launcher::openControl()
     if (!mkdtemp(folder.data()))
         fail(folder);
     m_sweeper->add(folder);
-    const std::string path = folder + "/control";
-    if (mkfifo(path.c_str(), 0600) != 0)
-        fail(path);
-    m_control = open(path.c_str(), O_RDWR | O_NONBLOCK | O_CLOEXEC); // open for both: never an end of file
+    m_controlPath = folder + "/control";
+    if (mkfifo(m_controlPath.c_str(), 0600) != 0)
+        fail(m_controlPath);
+    m_control = open(m_controlPath.c_str(), O_RDWR | O_NONBLOCK | O_CLOEXEC); // open for both: never an end of file
     if (m_control < 0)
-        fail(path);
-    setenv(sControlVariable, path.c_str(), 1);
+        fail(m_controlPath);
 }
 
 void Launcher::plugCameras()
@@ -85,8 +84,11 @@ void Launcher::plugCameras()
         m_bus->plug(m_options, identityOf(m_options, 1, 2));
 }
 
+// In the child, which has one thread: umockdev's threads, beside this one since the bus is there, read the environment,
+// and a variable more can move it from under them.
 void Launcher::setEnvironment(const SOrigin& origin, const std::string& library) const
 {
+    setenv(sControlVariable, m_controlPath.c_str(), 1);
     setenv(sArgumentsVariable, joinArguments(m_arguments).c_str(), 1);
     setenv(sOriginVariable, formatOrigin(origin).c_str(), 1);
     unsetenv("OBRI_SIMCAM_TRIED");

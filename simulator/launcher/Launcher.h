@@ -40,6 +40,7 @@ private:
     const SOptions m_options;
     const std::vector<std::string> m_arguments;
     std::unique_ptr<Sweeper> m_sweeper;
+    std::string m_controlPath;
     int m_control = -1, m_signals = -1;
     std::unique_ptr<MockedBus> m_bus;
     sigset_t m_signalsBefore;

@@ -116,7 +116,7 @@ void watch(const SRun& run, size_t at, Program& program)
     ASSERT_TRUE(waitFor(hasHappened)) << "the fault did not come\n"
                                       << program.standardError() << program.frameLog().size();
     std::this_thread::sleep_for(Seconds(fault.seconds));
-    ASSERT_FALSE(program.hasEnded()) << "status " << program.exitStatus() << "\n" << program.standardError();
+    ASSERT_FALSE(program.hasEnded()) << program.lastWords();
     EXPECT_EQ(program.isEnabled("stopRecording"), run.isRecording && !fault.endsRecording);
     if (program.isEnabled("stopRecording"))
         program.activate("stopRecording");

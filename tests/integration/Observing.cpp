@@ -92,12 +92,12 @@ bool isNightly()
 void streamAt(Program& program, const SFrameSize& size)
 {
     sRunBegan = processorTime();
-    ASSERT_TRUE(program.waitForWindow()) << program.standardError();
-    ASSERT_TRUE(program.waitUntilEnabled("startRecordingAdv")) << program.standardError();
+    ASSERT_TRUE(program.waitForWindow()) << program.lastWords();
+    ASSERT_TRUE(program.waitUntilEnabled("startRecordingAdv")) << program.lastWords();
     if (size.row != sFullSize.row)
         program.selectRow("alt+e", size.row);
     ASSERT_TRUE(waitFor([&] { return sentLatelyOf(program, size) >= sFramesUntilProcessed; }))
-        << program.standardError();
+        << program.lastWords();
 }
 
 void setExposure(Program& program, int ms)
@@ -114,14 +114,14 @@ void setExposure(Program& program, int ms)
 void startRecording(Program& program, const std::string& action)
 {
     program.activate(action);
-    ASSERT_TRUE(program.waitUntilEnabled("stopRecording")) << program.standardError();
+    ASSERT_TRUE(program.waitUntilEnabled("stopRecording")) << program.lastWords();
 }
 
 void stopRecording(Program& program)
 {
     const size_t ended = endedRecordings(program);
     program.activate("stopRecording");
-    ASSERT_TRUE(program.waitUntilEnabled("startRecordingAdv")) << program.standardError();
+    ASSERT_TRUE(program.waitUntilEnabled("startRecordingAdv")) << program.lastWords();
     ASSERT_TRUE(waitFor([&] { return endedRecordings(program) > ended; })) << program.log();
 }
 

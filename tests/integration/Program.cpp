@@ -115,6 +115,11 @@ Program::~Program()
     std::filesystem::remove_all(m_folder, ignored);
 }
 
+std::string Program::lastWords() const
+{
+    return standardError() + (hasEnded() ? "ended with status " + std::to_string(exitStatus()) : "");
+}
+
 std::string Program::log() const
 {
     std::string text;

@@ -44,6 +44,8 @@ public:
     const std::filesystem::path& folder() const { return m_folder; }
     std::string standardOutput() const { return contentsOf(m_folder / "stdout.txt"); }
     std::string standardError() const { return contentsOf(m_folder / "stderr.txt"); }
+    /// What it said on standard error and, after its end, the status it left: for a failed check's message.
+    std::string lastWords() const;
     /// The application's log of the day.
     std::string log() const;
     /// Camera commands as the camera got them: "69 03 e8 00 00", oldest first.

@@ -193,7 +193,7 @@ TEST(Soak, RandomActionsLoseNothing)
     size_t actions = 0, recorded = 0;
     const auto end = std::chrono::steady_clock::now() + Seconds(setting("OBRI_SOAK_SECONDS", 30));
     while (std::chrono::steady_clock::now() < end || actions < sLeastActions) {
-        ASSERT_NO_THROW(observer.act(); gauge.sample()) << program.standardError();
+        ASSERT_NO_THROW(observer.act(); gauge.sample()) << program.lastWords();
         if (++actions % 50 == 0) {
             // A recording outlives the stream that is stopped under it, and can be stopped while streaming alone.
             for (const char* action : {"startStreaming", "stopRecording"})
@@ -203,7 +203,7 @@ TEST(Soak, RandomActionsLoseNothing)
             std::filesystem::remove_all(program.folder() / "fits");
         }
     }
-    ASSERT_FALSE(program.hasEnded()) << "status " << program.exitStatus() << "\n" << program.standardError();
+    ASSERT_FALSE(program.hasEnded()) << program.lastWords();
     quit(program);
     recorded += checkRecordings(program);
     printFigures(gauge, actions, recorded, program);

@@ -22,7 +22,7 @@ void expectSaidOnce(const Program& program, const std::string& phrase)
 
 void expectFramesFlow(Program& program)
 {
-    EXPECT_TRUE(program.waitForMoreFrames(sFramesUntilProcessed)) << program.standardError();
+    EXPECT_TRUE(program.waitForMoreFrames(sFramesUntilProcessed)) << program.lastWords();
 }
 
 void expectRefused(Program& program, const std::string& action, const std::string& reason)
@@ -61,7 +61,7 @@ void expectFitsEndsAloud(Program& program, const std::string& reason, const std:
     const size_t ended = endedRecordings(program);
     program.activate("startRecordingFits");
     obstruct();
-    ASSERT_TRUE(waitFor([&] { return endedRecordings(program) > ended; })) << program.standardError();
+    ASSERT_TRUE(waitFor([&] { return endedRecordings(program) > ended; })) << program.lastWords();
     expectFramesFlow(program);
     expectSaidOnce(program, "The recording ends: " + reason);
 }
