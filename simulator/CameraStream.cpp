@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <exception>
+#include <sched.h>
 #include <sys/eventfd.h>
 #include <sys/prctl.h>
 
@@ -50,10 +51,20 @@ void Camera::prepareStream(std::unique_lock<Monitor>& lock)
         m_firstStreamNs = monotonicNs();
 }
 
+/// A camera is a device of its own, which nothing that keeps the computer busy delays. Where the user may not have such
+/// a priority, something does.
+static void runAsDevice()
+{
+    const sched_param aboveTheProgram{.sched_priority = sched_get_priority_min(SCHED_RR) + 1};
+    sched_setscheduler(0, SCHED_RR | SCHED_RESET_ON_FORK, &aboveTheProgram);
+}
+
 void Camera::makeFrames()
 {
     pthread_setname_np(pthread_self(), "camera");
     prctl(PR_SET_TIMERSLACK, 1000); // ns: a frame is due when it is due
+    if (!m_options.paceByBuffers)
+        runAsDevice();
     std::unique_lock lock(m_monitor);
     prepareStream(lock);
     while (m_streaming && !m_gone)

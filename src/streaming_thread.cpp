@@ -6,6 +6,7 @@
 #include "ObriCam.h"
 #include "streaming.h"
 #include "StreamWatch.h"
+#include "ThreadPriority.h"
 #include <atomic>
 #include <chrono>
 #include <csignal>
@@ -121,6 +122,7 @@ void* streamingThread(void*)
 {
     pthread_setname_np(pthread_self(), "streaming");
     leaveSignalsToMainThread();
+    raiseThreadPriority(); // the camera has five buffers, so a processor that comes late costs frames
     puts("Streaming thread running...");
     streamingThreadInit();
     while (streamingThreadRun()) {

@@ -3,6 +3,7 @@
 #include <gio/gio.h>
 
 #include <cstdio>
+#include <functional>
 #include <string>
 
 /// A server that says in its first line where it is found; it ends with the object.
@@ -30,3 +31,23 @@ constexpr char sXServer[] = "Xvfb -displayfd 1 -screen 0 1366x1100x24 -nolisten 
 std::string testDisplay();
 /// A connection of the test's own to a private session bus, whose address the environment has from then on.
 GDBusConnection* testBus();
+
+/// A service of the desktop, on the bus of the tests for as long as the object lives.
+class ServiceFake {
+public:
+    /// Takes a call, in the bus's own thread. @return the answer's body
+    using Handler = std::function<GVariant*(const std::string& method, GVariant* arguments)>;
+
+    /// @param name  of the service, and of its interface that is handled
+    ServiceFake(const char* name, Handler handler);
+    ~ServiceFake();
+    ServiceFake(const ServiceFake&) = delete;
+    ServiceFake& operator=(const ServiceFake&) = delete;
+
+private:
+    static GDBusMessage* onMessage(GDBusConnection* bus, GDBusMessage* message, gboolean isIncoming, void* fake);
+
+    const char* m_name;
+    Handler m_handler;
+    guint m_filter;
+};

@@ -96,8 +96,7 @@ void streamAt(Program& program, const SFrameSize& size)
     ASSERT_TRUE(program.waitUntilEnabled("startRecordingAdv")) << program.lastWords();
     if (size.row != sFullSize.row)
         program.selectRow("alt+e", size.row);
-    ASSERT_TRUE(waitFor([&] { return sentLatelyOf(program, size) >= sFramesUntilProcessed; }))
-        << program.lastWords();
+    ASSERT_TRUE(waitFor([&] { return sentLatelyOf(program, size) >= sFramesUntilProcessed; })) << program.lastWords();
 }
 
 void setExposure(Program& program, int ms)
