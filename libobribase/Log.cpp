@@ -1,12 +1,14 @@
 #include "Log.h"
 
 #include "DateTime.h"
+#include "LineQueue.h"
 #include "Semaphore.h"
 #include "TextFormat.h"
 
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <utility>
 
 namespace libobribase {
 
@@ -15,8 +17,10 @@ namespace {
 constexpr size_t sMaxFormatted = 1023; // bytes of a text that was put together from parts
 
 FILE* sLogFile = nullptr;
+LineQueue* sQueue = nullptr; // while lines are written behind
 
-// Guards sLogFile. Never destroyed: the streaming thread logs until the process ends.
+// Guards both. Never destroyed, nor is the queue but by logClose: the streaming thread logs until the process ends, and
+// the application's destructor runs among those of static objects.
 Semaphore& semaphore()
 {
     static auto* sSemaphore = new Semaphore;
@@ -26,6 +30,7 @@ Semaphore& semaphore()
 void closeFile()
 {
     const SemaphoreGuard guard(semaphore());
+    delete std::exchange(sQueue, nullptr);
     if (sLogFile)
         fclose(sLogFile);
     sLogFile = nullptr;
@@ -72,6 +77,13 @@ void logOpen(const std::string& directory, char)
     logString("I ---------- Application started ----------");
 }
 
+void logWriteBehind()
+{
+    const SemaphoreGuard guard(semaphore());
+    if (sLogFile && !sQueue)
+        sQueue = LineQueue::Start(sLogFile).release();
+}
+
 void logClose()
 {
     logString("I ---------- Closing Log File ----------");
@@ -82,12 +94,17 @@ void logString(const std::string& text)
 {
     DateTime now;
     DateTime::Now(&now);
+    char stamp[64];
+    snprintf(stamp, sizeof stamp, "%04d-%02d-%02d %02d:%02d:%02d.%03d  ", now.year, now.month, now.day, now.hour,
+             now.minute, now.second, now.milliseconds);
+    const std::string line = stamp + text + '\n';
     const SemaphoreGuard guard(semaphore());
-    if (!sLogFile)
-        return;
-    fprintf(sLogFile, "%04d-%02d-%02d %02d:%02d:%02d.%03d  %s\n", now.year, now.month, now.day, now.hour, now.minute,
-            now.second, now.milliseconds, text.c_str());
-    fflush(sLogFile);
+    if (sQueue) {
+        sQueue->Add(line);
+    } else if (sLogFile) {
+        fputs(line.c_str(), sLogFile);
+        fflush(sLogFile);
+    }
 }
 
 void logStringInt(const std::string& text, int value)

@@ -102,6 +102,7 @@ ObriApplication::ObriApplication()
 {
     setEndingDuties({.finaliseRecordings = finaliseRecordings, .leaveCamera = leaveObriMode});
     libobribase::logOpen("/tmp", '/');
+    libobribase::logWriteBehind();
     fns = makeUiFunctions();
     signal_command_line().connect(sigc::mem_fun(*this, &ObriApplication::onHandleCommandLine), false);
 }
