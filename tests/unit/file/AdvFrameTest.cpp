@@ -30,24 +30,25 @@ TEST_F(AdvFrame, StatusEntriesCarryTheProvidersValues)
     expectFile();
 }
 
-// Row by row, the last row behind them. Zones of 12 bits tell more bytes than they have.
+// Row by row, what lies in the image and above its last row, which is behind them. Zones of 12 bits tell more bytes
+// than they have.
 TEST_F(AdvFrame, ZonesFollowAWholeFirstFrame)
 {
-    expected.zoneTags = zoneTags({{6, 1, 2, 1}, {0, 0, 1, 2}, {0, 5, 8, 1}});
+    expected.zoneTags = zoneTags({{6, 1, 2, 1}, {0, 0, 1, 2}, {3, 4, 2, 1}, {0, 5, 8, 1}});
     for (const size_t bytes : {2, 1}) {
         expected.bits = bytes == 2 ? 16 : 12;
         expected.frames.clear();
         expected.add(2);
-        recordAll({{6, 1, 2, 1}, {0, 0, 1, 2}});
+        recordAll({{6, 1, 9, 1}, {0, 5, 3, 1}, {8, 0, 1, 1}, {0, 9, 1, 1}, {0, 0, 1, 2}, {3, 4, 2, 2}});
         AdvBuilder::SFrame& zones = expected.frames[1];
         Bytes picked;
-        for (const auto& [x, y, width] : {std::tuple{6, 1, 2}, {0, 0, 1}, {0, 1, 1}, {0, 5, 8}}) {
+        for (const auto& [x, y, width] : {std::tuple{6, 1, 2}, {0, 0, 1}, {0, 1, 1}, {3, 4, 2}, {0, 5, 8}}) {
             const auto from = zones.pixels.begin() + (y * 8 + x) * int(bytes);
             picked.insert(picked.end(), from, from + width * int(bytes));
         }
         zones.layout = 2;
         zones.pixels = picked;
-        zones.surplus = bytes == 2 ? 0 : 6;
+        zones.surplus = bytes == 2 ? 0 : 7;
         expectFile();
     }
 }

@@ -31,34 +31,3 @@ TEST_F(AdvHeader, MetadataAreTheProvidersTexts)
         provider.header[missing] = kept;
     }
 }
-
-TEST_F(AdvHeader, ImageWithoutPixelsIsRefused)
-{
-    for (const auto& [width, height, bits] : {std::tuple{0, 480, 16}, {640, 0, 16}, {1, 480, 8}}) {
-        expected.width = width;
-        expected.height = height;
-        expected.bits = bits;
-        start();
-        EXPECT_FALSE(writer->IsRecording());
-        EXPECT_NE(writer->GetFailureText().find("impossible image size"), std::string::npos);
-    }
-    EXPECT_FALSE(std::filesystem::exists("a.adv"));
-}
-
-TEST_F(AdvHeader, ZonesKeepWhatLiesAboveTheLastRow)
-{
-    using libobrifile::ZoneDefinition;
-    expected.width = 640;
-    expected.height = 480;
-    const ZoneDefinition lastRow{0, 479, 640, 1}; // holds the camera's time stamp
-    for (const auto& [wanted, kept] : {std::pair{ZoneDefinition{0, 400, 640, 79}, ZoneDefinition{0, 400, 640, 79}},
-                                       {{0, 400, 640, 80}, {0, 400, 640, 79}},
-                                       {{600, 0, 100, 10}, {600, 0, 40, 10}},
-                                       {{0, 479, 10, 1}, {}}, // in the last row
-                                       {{640, 0, 10, 10}, {}},
-                                       {{0, 600, 10, 10}, {}}}) {
-        expected.zoneTags = kept.w == 0 ? Tags() : zoneTags({kept, lastRow});
-        start({wanted});
-        expectFile();
-    }
-}
