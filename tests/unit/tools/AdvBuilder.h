@@ -6,6 +6,7 @@
 #include <fstream>
 #include <initializer_list>
 #include <iterator>
+#include <sstream>
 #include <string>
 #include <utility>
 #include <vector>
@@ -132,22 +133,14 @@ private:
 
     void putStatusSection()
     {
-        constexpr const char* sNames[] = {"Gain",
-                                          "SystemTime",
-                                          "VideoCameraFrameId",
-                                          "TrackedSatellites",
-                                          "FixStatus",
-                                          "Temperature",
-                                          "DOPTime",
-                                          "GDOP",
-                                          "PDOP",
-                                          "TDOP",
-                                          "VDOP",
-                                          "HDOP"};
-        constexpr uint8_t sTypes[] = {5, 3, 2, 0, 0, 4, 2, 4, 4, 4, 4, 4};
+        std::istringstream names("Gain SystemTime VideoCameraFrameId TrackedSatellites FixStatus Temperature DOPTime "
+                                 "GDOP PDOP TDOP VDOP HDOP");
         put({{2, 1}, {1000000, 8}, {12, 1}});
-        for (size_t i = 0; i < 12; ++i)
-            put({{sNames[i]}, {sTypes[i], 1}});
+        for (const uint64_t type : {5, 3, 2, 0, 0, 4, 2, 4, 4, 4, 4, 4}) {
+            std::string name;
+            names >> name;
+            put({{name}, {type, 1}});
+        }
     }
 
     void putFrame(const SFrame& frame)
