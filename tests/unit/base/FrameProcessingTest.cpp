@@ -228,4 +228,8 @@ TEST(PcTime, IsDrawnInTheTopLeftCorner)
         frame.drawText();
         EXPECT_EQ(frame.pixels, frame.expected);
     }
+    std::string two; // upright, and the right way round
+    for (int row = 0; row < 16; ++row)
+        two += static_cast<char>(libobribase::getFontSymbol8x16('2', row));
+    EXPECT_EQ(two, std::string("\0\0\x7C\xC6\x06\x0C\x18\x30\x60\xC0\xC6\xFE\0\0\0\0", 16));
 }

@@ -7,7 +7,6 @@
 #include <gtest/gtest.h>
 
 #include <clocale>
-#include <cmath>
 
 using namespace libobribase;
 
@@ -40,16 +39,6 @@ TEST(ParseDouble, TakesNumbersOnly)
     EXPECT_EQ(value, 7);
     EXPECT_TRUE(parseDouble("-12e2,", &value));
     EXPECT_EQ(value, -1200);
-}
-
-TEST(Coordinates, RoundWithCarryAndKeepTheSignOfSmallValues)
-{
-    EXPECT_EQ(formatRightAscension(23.9999999999), "00 00 00.00");
-    EXPECT_EQ(formatRightAscension(-1), "23 00 00.00");
-    EXPECT_EQ(formatDeclination(-(59 / 60.0 + 59.96 / 3600)), "-01 00 00.0");
-    EXPECT_EQ(formatLatitude(-30.1 / 3600), "00 00 30.1 S");
-    EXPECT_EQ(formatLongitude(8 + 32 / 60.0 + 15.6 / 3600), "008 32 15.6 E");
-    EXPECT_EQ(formatLongitude(INFINITY), "");
 }
 
 TEST(JsonValue, FindsValuesOfTheOutermostObjectAndRefusesWhatIsNoJson)
