@@ -5,7 +5,7 @@
 #include "FrameProcessor.h"
 
 #include "../base/OverlayRow.h"
-#include "FilesIn.h"
+#include "../base/TemporaryFolder.h"
 
 #include <algorithm>
 #include <gmock/gmock.h>

@@ -1,6 +1,6 @@
 #include "RecordingFiles.h"
 
-#include "FilesIn.h"
+#include "../base/TemporaryFolder.h"
 
 #include <ctime>
 #include <fcntl.h>

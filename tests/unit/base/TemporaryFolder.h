@@ -3,8 +3,22 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <map>
 #include <stdlib.h>
 #include <string>
+
+/// The texts of a directory's regular files by their paths; none without the directory.
+inline std::map<std::string, std::string> filesIn(const std::filesystem::path& directory)
+{
+    std::map<std::string, std::string> files;
+    std::error_code error;
+    for (const auto& entry : std::filesystem::directory_iterator(directory, error)) {
+        std::ifstream file(entry.path(), std::ios::binary);
+        if (entry.is_regular_file())
+            files[entry.path().string()] = {std::istreambuf_iterator<char>(file), {}};
+    }
+    return files;
+}
 
 /// A fresh working directory for the life of the object.
 class TemporaryFolder {
@@ -28,12 +42,9 @@ public:
     /// The text of the only file whose name begins so; empty when there is none.
     std::string textOf(const std::string& nameBegin) const
     {
-        for (const auto& entry : std::filesystem::directory_iterator(m_path)) {
-            if (entry.path().filename().string().rfind(nameBegin, 0) != 0)
-                continue;
-            std::ifstream file(entry.path(), std::ios::binary);
-            return {std::istreambuf_iterator<char>(file), {}};
-        }
+        for (const auto& [path, text] : filesIn(m_path))
+            if (path.find("/" + nameBegin) != std::string::npos)
+                return text;
         return {};
     }
 
