@@ -82,6 +82,19 @@ TEST_F(FrameSteps, LostFramesAreTheGapsOfTheCamerasCounter)
     EXPECT_EQ(lostAfter(900) - base, 4u);
 }
 
+TEST_F(FrameSteps, StatusTellsFixAndTemperature)
+{
+    overlay.byte(74, 3);
+    overlay.byte(75, 9);
+    for (const int hasReading : {1, 0}) {
+        overlay.u16(96, static_cast<uint16_t>(0x9500 + hasReading));
+        frames();
+        const SStreamStatus s = readStreamStatus();
+        EXPECT_EQ(std::tuple(s.fixState, s.satellites, s.temperature), std::tuple(3, 9, -21));
+        EXPECT_EQ(s.temperatureValid, hasReading);
+    }
+}
+
 TEST_F(FrameSteps, LogTellsTheCamerasModesAndEveryHundredFramesWhatStagesTook)
 {
     setSize(176, 8);

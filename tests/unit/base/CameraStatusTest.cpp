@@ -9,12 +9,11 @@
 #include <tuple>
 
 using namespace libobribase;
-TEST(CameraStatus, TakesWhatPreviewStatusLineAndFileNamesTell)
+TEST(CameraStatus, TakesWhatPreviewAndFileNamesTell)
 {
     BinaryOverlay o;
     o.m_statusWords[1] = 0xC8001234;
     o.m_flagBit15 = 1;
-    o.m_temperatureRaw = 0x0701;
     CameraStatus s;
     for (const auto& [raw, mode] : {std::pair{0u, 2}, {1u, 3}, {3u, 1}, {2u, 0}}) {
         o.m_statusWords[0] = raw << 24;
@@ -22,10 +21,6 @@ TEST(CameraStatus, TakesWhatPreviewStatusLineAndFileNamesTell)
         EXPECT_EQ(s.m_modeSelect, mode);
     }
     EXPECT_EQ(std::tie(s.m_gain, s.m_highGain, s.m_exposure100us), std::tuple(0xC8, 1, 0x1234));
-    EXPECT_EQ(std::tie(s.m_temperature, s.m_temperatureValid), std::tuple(7, 1));
-    o.m_temperatureRaw = 0;
-    s.UpdateFromBinaryOverlay(&o);
-    EXPECT_EQ(std::tie(s.m_temperature, s.m_temperatureValid), std::tuple(7, 0));
 }
 
 TEST(CameraStatus, LogsTheUsbModeWhenItChanges)
