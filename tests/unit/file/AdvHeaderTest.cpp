@@ -20,14 +20,4 @@ TEST_F(AdvHeader, MetadataAreTheProvidersTexts)
     expected.metadata = metadata(values);
     start();
     expectFile();
-
-    values.erase("RA"); // a position needs both
-    values.erase("DEC");
-    expected.metadata = metadata(values);
-    for (const char* missing : {"RA", "DEC"}) {
-        const std::string kept = std::exchange(provider.header[missing], "");
-        start();
-        expectFile();
-        provider.header[missing] = kept;
-    }
 }
