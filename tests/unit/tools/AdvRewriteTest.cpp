@@ -36,21 +36,6 @@ TEST_F(AdvRewrite, CompressedAndDecompressedARecordingIsTheSameToTheByte)
     EXPECT_EQ(readWhole("in.adv"), original);
 }
 
-TEST_F(AdvRewrite, WhatCannotBeConvertedIsRefusedAndNothingIsLeft)
-{
-    AdvBuilder eight, damaged;
-    eight.bits = 8;
-    damaged.compression = "LAGARITH16";
-    writeWhole("eight.adv", eight.add(1).build());
-    writeWhole("whole.adv", AdvBuilder(40, 30).add(1).build());
-    writeWhole("bad.adv", damaged.add(1).build());
-    EXPECT_THAT(compressRecording("eight.adv", "out").error, HasSubstr("16-bit"));
-    EXPECT_THAT(decompressRecording("whole.adv", "out").error, HasSubstr("is not compressed"));
-    EXPECT_THAT(decompressRecording("bad.adv", "out").error, HasSubstr("frame 0 cannot be decoded"));
-    EXPECT_FALSE(std::filesystem::exists("out") || std::filesystem::exists("out.part"));
-    EXPECT_THAT(compressRecording("whole.adv", "whole.adv").error, HasSubstr("exists already"));
-}
-
 TEST_F(AdvRewrite, AFullDiskLeavesNoHalfRecording)
 {
     writeWhole("in.adv", AdvBuilder(40, 30).add(40).build());

@@ -116,8 +116,12 @@ TEST(AdvVerify, FindsADamagedByteThatNoFrameIsLostFor)
 TEST(CommandLine, StatusTellsWhatHappened)
 {
     const TemporaryFolder folder;
-    AdvBuilder interrupted;
+    AdvBuilder interrupted, eightBits, damaged;
     interrupted.isFinished = false;
+    eightBits.bits = 8;
+    damaged.compression = "LAGARITH16";
+    writeWhole("eight.adv", eightBits.add(1).build());
+    writeWhole("damaged.adv", damaged.add(1).build());
     writeWhole("good.adv", AdvBuilder().add(5).build());
     writeWhole("bad.adv", interrupted.add(5).build());
     writeWhole("other.adv", {'S', 'I', 'M', 'P', 'L', 'E'});
@@ -143,6 +147,10 @@ TEST(CommandLine, StatusTellsWhatHappened)
         {{"lightcurve", "good.adv", "--at=3,3", "--radius=1000000"}, 2, "obri-adv: the aperture and the ring"},
         {{"lightcurve", "good.adv", "--at=-9999,3"}, 1, "obri-adv: good.adv: frame 0: the aperture"},
         {{"compress", "bad.adv", "y.adv"}, 1, "obri-adv: bad.adv: the recording is not whole"},
+        {{"compress", "eight.adv", "y.adv"}, 1, "obri-adv: eight.adv: only 16-bit images"},
+        {{"compress", "good.adv", "bad.adv"}, 1, "obri-adv: good.adv: \"bad.adv\" exists already"},
+        {{"decompress", "good.adv", "y.adv"}, 1, "obri-adv: good.adv: the recording is not compressed"},
+        {{"decompress", "damaged.adv", "y.adv"}, 1, "obri-adv: damaged.adv: frame 0 cannot be decoded"},
         {{"polish", "good.adv"}, 2, "obri-adv: there is no command \"polish\""},
     };
     for (const auto& [words, status, said] : cases) {
