@@ -54,18 +54,13 @@ TEST(UnixTime, RefusesWhatLiesOutsideTheTables)
     EXPECT_EQ(ts, 7u);
 }
 
-TEST(FileTime, KeepsMillisecondsBothWaysAndOnFailure)
+TEST(FileTime, KeepsMillisecondsAlsoOnFailure)
 {
-    DateTime t;
-    EXPECT_TRUE(fileTime100nsToYmdHms_2010_2058(sFileTimeOfUnixEpoch + sBegin * 10000000 + 1239999, &t));
-    EXPECT_EQ(t, (DateTime{2010, 1, 1, 0, 0, 0, 123}));
     unsigned long ticks = 0;
+    DateTime t{2010, 1, 1, 0, 0, 0, 123};
     EXPECT_TRUE(fileTime100nsFromYmdHms_2010_2058(&ticks, &t));
     EXPECT_EQ(ticks, sFileTimeOfUnixEpoch + sBegin * 10000000 + 1230000);
-
     t.year = 2009;
     EXPECT_FALSE(fileTime100nsFromYmdHms_2010_2058(&ticks, &t));
     EXPECT_EQ(ticks, sFileTimeOfUnixEpoch + 1230000);
-    EXPECT_FALSE(fileTime100nsToYmdHms_2010_2058(sFileTimeOfUnixEpoch + 4560000, &(t = {})));
-    EXPECT_EQ(t, (DateTime{0, 0, 0, 0, 0, 0, 456}));
 }
