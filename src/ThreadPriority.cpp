@@ -3,6 +3,8 @@
 #include <gio/gio.h>
 #include <memory>
 #include <sched.h>
+#include <system_error>
+#include <thread>
 #include <unistd.h>
 
 namespace {
@@ -27,17 +29,24 @@ std::unique_ptr<GDBusConnection, Unref> connectToSystemBus()
 
 // Its real-time priorities come with a limit of processor time whose excess ends the program: a frame that takes long
 // must not. Interface org.freedesktop.RealtimeKit1: MakeThreadHighPriority(thread: t, niceness: i).
-void askRealtimeKit()
+void askRealtimeKit(pid_t thread)
 {
     constexpr int sNiceness = -11; // before ordinary programs, behind sound servers
-    constexpr int sTimeoutMs = 1000;
     const auto bus = connectToSystemBus();
     if (!bus)
         return;
-    GVariant* const request = g_variant_new("(ti)", static_cast<guint64>(gettid()), sNiceness);
+    GVariant* const request = g_variant_new("(ti)", static_cast<guint64>(thread), sNiceness);
     const std::unique_ptr<GVariant, Unref> answer(g_dbus_connection_call_sync(
         bus.get(), "org.freedesktop.RealtimeKit1", "/org/freedesktop/RealtimeKit1", "org.freedesktop.RealtimeKit1",
-        "MakeThreadHighPriority", request, nullptr, G_DBUS_CALL_FLAGS_NONE, sTimeoutMs, nullptr, nullptr));
+        "MakeThreadHighPriority", request, nullptr, G_DBUS_CALL_FLAGS_NONE, -1, nullptr, nullptr));
+}
+
+/// Nobody waits for the answer: a bus may take its time.
+void askRealtimeKitAside()
+try {
+    std::thread(askRealtimeKit, gettid()).detach();
+} catch (const std::system_error&) {
+    // It goes without.
 }
 
 } // namespace
@@ -46,5 +55,5 @@ void raiseThreadPriority()
 {
     const sched_param priority{.sched_priority = sched_get_priority_min(SCHED_RR)};
     if (sched_setscheduler(0, SCHED_RR | SCHED_RESET_ON_FORK, &priority) != 0) // 0: this thread
-        askRealtimeKit();
+        askRealtimeKitAside();
 }
