@@ -54,12 +54,17 @@ TEST(UnixTime, RefusesWhatLiesOutsideTheTables)
     EXPECT_EQ(ts, 7u);
 }
 
-TEST(FileTime, KeepsMillisecondsAlsoOnFailure)
+TEST(FileTime, TurnsBackAndKeepsMillisecondsAlsoOnFailure)
 {
     unsigned long ticks = 0;
     DateTime t{2010, 1, 1, 0, 0, 0, 123};
     EXPECT_TRUE(fileTime100nsFromYmdHms_2010_2058(&ticks, &t));
     EXPECT_EQ(ticks, sFileTimeOfUnixEpoch + sBegin * 10000000 + 1230000);
+    DateTime back;
+    EXPECT_TRUE(fileTime100nsToYmdHms_2010_2058(ticks, &back));
+    EXPECT_EQ(back, t);
+    EXPECT_EQ(DotNetTimeToDateTimeString(static_cast<long>(ticks + sDotNetTicksOfFileTimeEpoch)),
+              "01.01.2010 00:00:00 UT");
     t.year = 2009;
     EXPECT_FALSE(fileTime100nsFromYmdHms_2010_2058(&ticks, &t));
     EXPECT_EQ(ticks, sFileTimeOfUnixEpoch + 1230000);
