@@ -27,16 +27,13 @@ void StreamWatch::streamStarted(Time now)
 void StreamWatch::frameArrived(Time now)
 {
     streamStarted(now);
-    // A frame that is read out comes when the next exposure is under way: that one may be older than a setting made
-    // since the frame before.
-    const int exposure = m_exposureMs.load();
-    m_longestExposureMs.store(std::max(exposure, m_exposureAtFrameMs));
-    m_exposureAtFrameMs = exposure;
+    m_longestBeforeFrameMs = m_longestSinceFrameMs.exchange(m_exposureMs.load());
 }
 
 std::chrono::milliseconds StreamWatch::patience() const
 {
-    const std::chrono::milliseconds exposure(std::max(m_exposureMs.load(), m_longestExposureMs.load()));
+    const std::chrono::milliseconds exposure(
+        std::max({m_exposureMs.load(), m_longestSinceFrameMs.load(), m_longestBeforeFrameMs}));
     // A camera that has just begun an exposure when the setting changed, then reads it out, needs less than twice.
     return m_sawEmpty ? exposure + 1500ms : 2 * exposure + 3s;
 }
@@ -59,5 +56,5 @@ EStreamVerdict StreamWatch::dequeueFailed(int error)
 void StreamWatch::noteExposureTime(int ms)
 {
     m_exposureMs.store(ms);
-    m_longestExposureMs.store(std::max(ms, m_longestExposureMs.load()));
+    m_longestSinceFrameMs.store(std::max(ms, m_longestSinceFrameMs.load()));
 }

@@ -41,9 +41,10 @@ private:
     // Until somebody sets it, the exposure may be anything up to what the window offers.
     static constexpr int sUnknownExposureMs = 5000;
     std::atomic<int> m_exposureMs{sUnknownExposureMs};
-    // The longest since the frame before the last: an exposure under way is not cut short by a new setting.
-    std::atomic<int> m_longestExposureMs{sUnknownExposureMs};
-    int m_exposureAtFrameMs = 0; // what was set when the last frame came
+    // The longest since the last frame, and from the one before to it: a new setting does not cut short an exposure
+    // that is under way, and a frame that comes was read out beside one.
+    std::atomic<int> m_longestSinceFrameMs{sUnknownExposureMs};
+    int m_longestBeforeFrameMs = 0;
 };
 
 /// The watch over the program's one camera.

@@ -21,6 +21,8 @@ TEST(StreamWatch, SilenceIsJudgedByTheExposure)
     StreamWatch watch;
     watch.noteExposureTime(100);
     watch.frameArrived(sBegin);
+    EXPECT_FALSE(deadAfter(watch, 12s)) << "the camera may have been at an exposure of its own";
+    watch.frameArrived(sBegin);
     EXPECT_FALSE(deadAfter(watch, 3s));
     EXPECT_TRUE(deadAfter(watch, 4s));
     watch.noteExposureTime(4999);
@@ -33,6 +35,11 @@ TEST(StreamWatch, SilenceIsJudgedByTheExposure)
     watch.noteExposureTime(100);
     watch.frameArrived(sBegin);
     EXPECT_FALSE(deadAfter(watch, 12s)) << "and was while the frame before it was read out";
+    watch.frameArrived(sBegin);
+    watch.noteExposureTime(4999);
+    watch.noteExposureTime(100);
+    watch.frameArrived(sBegin);
+    EXPECT_FALSE(deadAfter(watch, 12s)) << "and may have begun between two settings";
     watch.frameArrived(sBegin);
     watch.bufferWasEmpty();
     EXPECT_FALSE(deadAfter(watch, 1s));
