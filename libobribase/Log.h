@@ -12,8 +12,8 @@ namespace libobribase {
 void logOpen(const std::string& directory, char separator);
 
 /// From here on lines are written and flushed by a thread of the log's own, in order, and logClose waits for them: a
-/// disk that stands still must not hold up the thread of frames. All stays as it was when no thread can be had. Main
-/// thread.
+/// disk that stands still must not hold up the thread of frames. A process that ends without logClose loses what is not
+/// written yet. All stays as it was when no thread can be had. Main thread.
 void logWriteBehind();
 
 /// Writes the closing line and closes; harmless when the log is not open. Main thread, or the ending routine.

@@ -3,6 +3,7 @@
 #include <gio/gio.h>
 #include <memory>
 #include <sched.h>
+#include <sys/resource.h>
 #include <system_error>
 #include <thread>
 #include <unistd.h>
@@ -27,8 +28,8 @@ std::unique_ptr<GDBusConnection, Unref> connectToSystemBus()
         g_dbus_connection_new_for_address_sync(address.get(), flags, nullptr, nullptr, nullptr));
 }
 
-// Its real-time priorities come with a limit of processor time whose excess ends the program: a frame that takes long
-// must not. Interface org.freedesktop.RealtimeKit1: MakeThreadHighPriority(thread: t, niceness: i).
+// Its real-time priorities come with a limit of processor time (RLIMIT_RTTIME) whose excess ends the program: a frame
+// that takes long must not. Interface org.freedesktop.RealtimeKit1: MakeThreadHighPriority(thread: t, niceness: i).
 void askRealtimeKit(pid_t thread)
 {
     constexpr int sNiceness = -11; // before ordinary programs, behind sound servers
@@ -53,7 +54,9 @@ try {
 
 void raiseThreadPriority()
 {
+    rlimit limit{};
+    const bool isUnlimited = getrlimit(RLIMIT_RTTIME, &limit) == 0 && limit.rlim_cur == RLIM_INFINITY;
     const sched_param priority{.sched_priority = sched_get_priority_min(SCHED_RR)};
-    if (sched_setscheduler(0, SCHED_RR | SCHED_RESET_ON_FORK, &priority) != 0) // 0: this thread
+    if (!isUnlimited || sched_setscheduler(0, SCHED_RR | SCHED_RESET_ON_FORK, &priority) != 0) // 0: this thread
         askRealtimeKitAside();
 }
