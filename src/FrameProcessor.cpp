@@ -140,8 +140,8 @@ bool FrameProcessor::isUsable(const SFrame& frame, int bytesUsed)
     }
     // Its last row would carry another frame's times.
     if (!m_shortFrameSaid)
-        sayTrouble('W', "A short frame counts as lost: " + std::to_string(bytesUsed) + " of " + std::to_string(needed) +
-                            " bytes");
+        sayTrouble('W', "A short frame counts as no frame: " + std::to_string(bytesUsed) + " of " +
+                            std::to_string(needed) + " bytes");
     m_shortFrameSaid = true;
     return false;
 }
