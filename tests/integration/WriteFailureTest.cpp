@@ -17,6 +17,7 @@ namespace {
 void expectSaidOnce(const Program& program, const std::string& phrase)
 {
     EXPECT_EQ(countLines(program.standardError(), phrase), 1u) << program.standardError();
+    EXPECT_TRUE(waitFor([&] { return countLines(program.log(), "E " + phrase) >= 1; })) << program.log();
     EXPECT_EQ(countLines(program.log(), "E " + phrase), 1u) << program.log();
 }
 

@@ -11,6 +11,15 @@ using namespace std::chrono;
 
 namespace {
 constexpr unsigned long sBegin = 1262304000, sEnd = 2808601200;
+
+timespec sClock{}; // the computer's, while not zero
+} // namespace
+
+/// Stands in for the C library's.
+extern "C" int timespec_get(timespec* out, int base) noexcept
+{
+    *out = sClock;
+    return sClock.tv_sec == 0 && clock_gettime(CLOCK_REALTIME, out) != 0 ? 0 : base;
 }
 
 // In universal time, whatever the time zone, to the millisecond and never rounded up.
@@ -21,6 +30,23 @@ TEST(Now, IsTheSystemsClock)
     for (DateTime::Now(&now); calendarTime(time) != now && time < system_clock::now();)
         time += 1ms;
     EXPECT_EQ(calendarTime(time), now);
+}
+
+TEST(Now, StopsAtTheRangesEnds)
+{
+    constexpr sys_days sMidnights[] = {2010y / January / 1, 2024y / February / 29, 2024y / March / 1,
+                                       2058y / January / 1, 2058y / December / 31, 2059y / January / 1};
+    for (const sys_seconds midnight : sMidnights)
+        for (const seconds second : {-3601s, -3600s, -1s, 0s}) {
+            const sys_seconds time = midnight + second;
+            sClock = {time.time_since_epoch().count(), 999'999'999};
+            const auto seconds = static_cast<unsigned long>(sClock.tv_sec);
+            DateTime now{1, 2, 3, 4, 5, 6, 7};
+            DateTime::Now(&now);
+            EXPECT_EQ(now, seconds >= sBegin && seconds < sEnd ? calendarTime(time + 999ms)
+                                                               : (DateTime{1, 2, 3, 4, 5, 6, 999}));
+        }
+    sClock = {};
 }
 
 // Every day of the range, so every leap day and every turn of a month and a year, at its ends and inside.
@@ -63,6 +89,7 @@ TEST(FileTime, TurnsBackAndKeepsMillisecondsAlsoOnFailure)
     DateTime back;
     EXPECT_TRUE(fileTime100nsToYmdHms_2010_2058(ticks, &back));
     EXPECT_EQ(back, t);
+    EXPECT_FALSE(fileTime100nsToYmdHms_2010_2058(sFileTimeOfUnixEpoch, &back));
     EXPECT_EQ(DotNetTimeToDateTimeString(static_cast<long>(ticks + sDotNetTicksOfFileTimeEpoch)),
               "01.01.2010 00:00:00 UT");
     t.year = 2009;
