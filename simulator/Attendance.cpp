@@ -34,12 +34,12 @@ int64_t Attendance::gapUntil(int64_t nowNs) const
     return nowNs - m_visitNs - (processorNs() - m_ranUntilVisit);
 }
 
-void Attendance::frameFinished(int64_t dueNs)
+void Attendance::frameFinished(int64_t nowNs)
 {
     if (!m_isLevel)
         return;
     m_isLevel = false;
-    m_dueNs = m_visitNs = dueNs;
+    m_beganNs = m_visitNs = nowNs;
     m_ranBeforeNs = m_ranUntilVisit = processorNs();
     m_longestGapNs = m_handled = 0;
 }
@@ -68,7 +68,7 @@ SBacklog Attendance::backlog(const std::atomic<pid_t>& caller) const
 {
     const int64_t now = monotonicNs();
     const char state = stateOf(m_thread); // first: it may come in meanwhile, and wait for this thread
-    return {now - m_dueNs, m_handled, processorNs() - m_ranBeforeNs, std::max(m_longestGapNs, gapUntil(now)),
+    return {now - m_beganNs, m_handled, processorNs() - m_ranBeforeNs, std::max(m_longestGapNs, gapUntil(now)),
             state == 'S' && caller == m_thread ? 'C' : state};
 }
 

@@ -44,6 +44,17 @@ bool BufferQueue::isNoneWithProgram() const
     });
 }
 
+int64_t BufferQueue::longestHeldSinceNs() const
+{
+    return std::ranges::min(m_buffers, {}, &SBuffer::heldSinceNs).heldSinceNs;
+}
+
+void BufferQueue::excuse(int64_t ns)
+{
+    for (SBuffer& buffer : m_buffers)
+        buffer.heldSinceNs += ns;
+}
+
 bool BufferQueue::queue(int index)
 {
     if (at(index).state != EBufferState::Dequeued)

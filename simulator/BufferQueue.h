@@ -16,6 +16,7 @@ struct SBuffer {
     uint32_t bytesUsed = 0, sequence = 0;
     uint32_t frameId = 0;    ///< the camera's counter
     int64_t timestampNs = 0; ///< monotonic
+    int64_t heldSinceNs = 0; ///< since when the program has had it to work on; monotonic
 };
 
 /// The capture buffers of one stream, in a memory file that the program maps. Not locked.
@@ -48,6 +49,10 @@ public:
     const std::deque<int>& done() const { return m_done; }
     /// The program has nothing to take and nothing to give back.
     bool isNoneWithProgram() const;
+    /// Since when the program has had the one it has had for the longest, when it has all of them. Monotonic.
+    int64_t longestHeldSinceNs() const;
+    /// The camera kept the program from working for so long.
+    void excuse(int64_t ns);
     /// The next buffer to fill, or -1.
     int beginFilling();
     /// The filled buffer waits for the program.

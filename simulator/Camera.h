@@ -126,7 +126,8 @@ private:
     void makeFrame(std::unique_lock<Monitor>& lock);
     SExposure nextExposure() const;
     bool waitUntilRead(const SExposure& exposure);
-    bool waitForBuffer(const SExposure& exposure);
+    bool waitForBuffer();
+    void excuseOwnDelay(const SExposure& exposure);
     bool misfortune(const SExposure& exposure);
     void fillBuffer(std::unique_lock<Monitor>& lock, const SExposure& exposure, int index);
     SFrameJob describeFrame(const SExposure& exposure) const;
@@ -160,6 +161,7 @@ private:
     bool m_dying = false, m_dead = false; // this stream will break, has broken
     std::thread m_maker;
     int64_t m_nextStartNs = 0;  // camera time
+    int64_t m_freeSinceNs = 0;  // when the frame thread last had nothing to do; monotonic
     int64_t m_streamFrames = 0; // exposures of this stream
     uint32_t m_frameId = 0;     // exposures since the start
     uint32_t m_sequence = 0;

@@ -88,13 +88,14 @@ void Camera::makeFrame(std::unique_lock<Monitor>& lock)
     const SExposure exposure = nextExposure();
     if (!waitUntilRead(exposure))
         return;
+    excuseOwnDelay(exposure);
     m_frameId = exposure.frameId;
     m_nextStartNs = exposure.readNs;
     m_clock.advanceTo(exposure.readNs);
     ++m_streamFrames;
     if (misfortune(exposure))
         return;
-    if (!waitForBuffer(exposure))
+    if (!waitForBuffer())
         return lose(exposure);
     fillBuffer(lock, exposure, m_buffers.beginFilling());
 }
@@ -145,16 +146,29 @@ void Camera::die()
         signalFrame();
 }
 
-// A camera has no patience: without a buffer the frame is gone. But when this thread itself comes late,
-// as threads do on a busy computer, the program could not know; it gets a period for each frame then.
-bool Camera::waitForBuffer(const SExposure& exposure)
+// A camera has no patience: without a buffer the frame is gone. It gives the program a period for each buffer, though:
+// when this thread comes late, as threads do on a busy computer, all that has become due is sent at once, and the
+// program could not know.
+bool Camera::waitForBuffer()
 {
-    const int64_t late = monotonicNs() - m_clock.monotonicAt(exposure.readNs);
-    const int64_t patience = monotonicNs() + framePeriod();
-    if (!m_options.paceByBuffers && late > framePeriod())
-        while (m_streaming && !m_gone && !m_buffers.hasQueued() && monotonicNs() < patience)
-            m_monitor.waitUntil(patience);
+    while (m_streaming && !m_gone && !m_buffers.hasQueued() && !unplugIsDue()) {
+        const int64_t patience = m_buffers.longestHeldSinceNs() + m_buffers.count() * framePeriod();
+        if (monotonicNs() >= patience)
+            break;
+        m_monitor.waitUntil(std::min(patience, nextLookNs()));
+        m_freeSinceNs = monotonicNs();
+    }
     return m_buffers.hasQueued();
+}
+
+// Had this thread the monitor while it was kept from running, the program could not even take a frame.
+void Camera::excuseOwnDelay(const SExposure& exposure)
+{
+    const int64_t now = monotonicNs();
+    const int64_t delay = now - std::max(m_clock.monotonicAt(exposure.readNs), m_freeSinceNs);
+    if (delay > framePeriod())
+        m_buffers.excuse(delay);
+    m_freeSinceNs = now;
 }
 
 void Camera::lose(const SExposure& exposure)
@@ -204,9 +218,9 @@ void Camera::fillBuffer(std::unique_lock<Monitor>& lock, const SExposure& exposu
     buffer.bytesUsed = static_cast<uint32_t>(isShort ? m_mode->bytes() / 2 : m_mode->bytes());
     buffer.sequence = m_sequence++;
     buffer.frameId = exposure.frameId;
-    buffer.timestampNs = monotonicNs();
+    buffer.timestampNs = buffer.heldSinceNs = monotonicNs();
     m_buffers.finishFilling(index);
-    m_attendance.frameFinished(m_clock.monotonicAt(exposure.readNs));
+    m_attendance.frameFinished(buffer.timestampNs);
     signalFrame();
 }
 

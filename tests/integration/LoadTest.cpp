@@ -70,7 +70,7 @@ std::vector<SLoad> loads()
 /// A frame that found no buffer, and how the program was doing then, as the camera's log tells it. Times in ns.
 struct SLostFrame {
     uint32_t id = 0;
-    int64_t behind = 0;    ///< since the first frame was due that the program has not been level with since
+    int64_t behind = 0;    ///< since the first frame lay finished that the program has not been level with since
     int64_t handled = 0;   ///< frames the program gave back in that
     int64_t ran = 0;       ///< processor time it used in that
     int64_t gap = 0;       ///< the longest it was kept from running in that
@@ -142,19 +142,19 @@ int64_t processorTime(pid_t thread)
 }
 
 /// Prints how frames were lost. @return how many without a single gap longer than five periods: a wait for a processor,
-/// or, with what interrupts took of the thread's own time, one in which it could not give back one frame
+/// or one in which it gave back no frame, because interrupts took its processor or its first frame came too late for it
 size_t printLosses(const std::vector<SLostFrame>& lost, int64_t periodNs)
 {
     int64_t longest = 0;
-    size_t waiting = 0, interrupted = 0, several = 0;
+    size_t waiting = 0, idle = 0, several = 0;
     for (const SLostFrame& frame : lost) {
         longest = std::max(longest, frame.gap);
-        ++(frame.gap > 5 * periodNs ? waiting : frame.handled == 0 ? interrupted : several);
+        ++(frame.gap > 5 * periodNs ? waiting : frame.handled == 0 ? idle : several);
     }
     printf(
-        "load: %zu lost in one wait longer than five periods, the longest %.1f ms; %zu in one with interrupts in it; "
-        "%zu in several gaps\n",
-        waiting, static_cast<double>(longest) / 1e6, interrupted, several);
+        "load: %zu lost in one wait longer than five periods, the longest %.1f ms; %zu in one gap of that length that "
+        "was no wait alone; %zu in several gaps\n",
+        waiting, static_cast<double>(longest) / 1e6, idle, several);
     return several;
 }
 
