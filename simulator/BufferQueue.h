@@ -16,7 +16,7 @@ struct SBuffer {
     uint32_t bytesUsed = 0, sequence = 0;
     uint32_t frameId = 0;    ///< the camera's counter
     int64_t timestampNs = 0; ///< monotonic
-    int64_t heldSinceNs = 0; ///< since when the program has had it to work on; monotonic
+    int64_t heldSinceNs = 0; ///< since when it has not been free for another frame; monotonic
 };
 
 /// The capture buffers of one stream, in a memory file that the program maps. Not locked.
@@ -49,7 +49,7 @@ public:
     const std::deque<int>& done() const { return m_done; }
     /// The program has nothing to take and nothing to give back.
     bool isNoneWithProgram() const;
-    /// Since when the program has had the one it has had for the longest, when it has all of them. Monotonic.
+    /// Since when the one has not been free that has not been for the longest, when none is. Monotonic.
     int64_t longestHeldSinceNs() const;
     /// The camera kept the program from working for so long.
     void excuse(int64_t ns);

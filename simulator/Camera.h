@@ -160,10 +160,10 @@ private:
     bool m_gone = false, m_streaming = false;
     bool m_dying = false, m_dead = false; // this stream will break, has broken
     std::thread m_maker;
-    int64_t m_nextStartNs = 0;  // camera time
-    int64_t m_freeSinceNs = 0;  // when the frame thread last had nothing to do; monotonic
-    int64_t m_streamFrames = 0; // exposures of this stream
-    uint32_t m_frameId = 0;     // exposures since the start
+    int64_t m_nextStartNs = 0;    // camera time
+    int64_t m_delayCountedNs = 0; // until when its own delay has been counted; monotonic
+    int64_t m_streamFrames = 0;   // exposures of this stream
+    uint32_t m_frameId = 0;       // exposures since the start
     uint32_t m_sequence = 0;
     int64_t m_firstStreamNs = 0; // monotonic
 

@@ -156,7 +156,7 @@ bool Camera::waitForBuffer()
         if (monotonicNs() >= patience)
             break;
         m_monitor.waitUntil(std::min(patience, nextLookNs()));
-        m_freeSinceNs = monotonicNs();
+        m_delayCountedNs = monotonicNs();
     }
     return m_buffers.hasQueued();
 }
@@ -165,10 +165,10 @@ bool Camera::waitForBuffer()
 void Camera::excuseOwnDelay(const SExposure& exposure)
 {
     const int64_t now = monotonicNs();
-    const int64_t delay = now - std::max(m_clock.monotonicAt(exposure.readNs), m_freeSinceNs);
+    const int64_t delay = now - std::max(m_clock.monotonicAt(exposure.readNs), m_delayCountedNs);
     if (delay > framePeriod())
         m_buffers.excuse(delay);
-    m_freeSinceNs = now;
+    m_delayCountedNs = now;
 }
 
 void Camera::lose(const SExposure& exposure)
@@ -209,6 +209,7 @@ void Camera::fillBuffer(std::unique_lock<Monitor>& lock, const SExposure& exposu
     const SFrameJob job = describeFrame(exposure);
     const bool isShort = FaultCounter(m_options.shortFrame).covers(int64_t{exposure.frameId} - 1);
     uint8_t* data = m_buffers.data(index);
+    m_buffers.at(index).heldSinceNs = monotonicNs();
     lock.unlock();
     m_composer->compose(job, data);
     report(exposure, true, m_composer->hash());
@@ -218,7 +219,7 @@ void Camera::fillBuffer(std::unique_lock<Monitor>& lock, const SExposure& exposu
     buffer.bytesUsed = static_cast<uint32_t>(isShort ? m_mode->bytes() / 2 : m_mode->bytes());
     buffer.sequence = m_sequence++;
     buffer.frameId = exposure.frameId;
-    buffer.timestampNs = buffer.heldSinceNs = monotonicNs();
+    buffer.timestampNs = monotonicNs();
     m_buffers.finishFilling(index);
     m_attendance.frameFinished(buffer.timestampNs);
     signalFrame();
