@@ -49,7 +49,7 @@ public:
     const std::deque<int>& done() const { return m_done; }
     /// The program has nothing to take and nothing to give back.
     bool isNoneWithProgram() const;
-    /// Since when the one has not been free that has not been for the longest, when none is. Monotonic.
+    /// The earliest heldSinceNs, while no buffer is free.
     int64_t longestHeldSinceNs() const;
     /// The camera kept the program from working for so long.
     void excuse(int64_t ns);
