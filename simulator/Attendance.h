@@ -9,13 +9,12 @@ namespace obrisim {
 
 /// How far the program is behind the camera, and what kept it. All times in ns.
 struct SBacklog {
-    int64_t behindNs =
-        0;               ///< since the first frame lay finished of those that the program has not been level with since
-    int64_t handled = 0; ///< frames it has given back in that
-    int64_t ranNs = 0;   ///< processor time that the program's thread used in that
-    int64_t gapNs = 0;   ///< the longest it went without a visit in that, less the processor time used meanwhile
-    char state = '-';    ///< what the thread is doing now: R runs or wants to, C waits until the camera has done
-                         ///< something else, D disk, S sleeps; - not known
+    int64_t behindNs = 0; ///< since the first frame lay finished that the program has not been level with since
+    int64_t handled = 0;  ///< frames it has given back in that
+    int64_t ranNs = 0;    ///< processor time that the program's thread used in that
+    int64_t gapNs = 0;    ///< the longest it went without a visit in that, less the processor time used meanwhile
+    char state = '-';     ///< what the thread is doing now: R runs or wants to, C waits until the camera has done
+                          ///< something else, D disk, S sleeps; - not known
 };
 
 /// Watches whether the program keeps up with the frames, so that one that is kept from working can be told from one
