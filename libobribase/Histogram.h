@@ -1,12 +1,12 @@
 #pragma once
 
 #include "HistogramDragger.h"
+#include "InheritingMutex.h"
 #include "ThreadSafeDoubleBuffer.h"
 #include "TripleBuffer.h"
 
 #include <array>
 #include <cstdint>
-#include <mutex>
 #include <string>
 
 namespace libobribase {
@@ -89,7 +89,7 @@ private:
     TripleBuffer<Transform> transform; ///< a frame sees one whole table while a handle is dragged
     SHistogramBins m_counts;           ///< guarded by m_countsLock
     std::array<int, 64 + 1> transferCurve{};
-    mutable std::mutex m_countsLock;
+    mutable InheritingMutex m_countsLock;
 };
 
 } // namespace libobribase

@@ -44,7 +44,7 @@ void LineQueue::Add(const std::string& line)
 void LineQueue::Run()
 {
     pthread_setname_np(pthread_self(), "log");
-    std::unique_lock lock(m_mutex);
+    std::unique_lock<std::mutex> lock(m_mutex);
     for (;;) {
         m_work.wait(lock, [this] { return !m_lines.empty() || m_isEnding; });
         const std::string lines = std::exchange(m_lines, {});

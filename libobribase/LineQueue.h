@@ -1,9 +1,10 @@
 #pragma once
 
+#include "InheritingMutex.h"
+
 #include <condition_variable>
 #include <cstdio>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <thread>
 
@@ -28,7 +29,7 @@ private:
     void Run();
 
     FILE* const m_stream;
-    std::mutex m_mutex; // guards what follows
+    InheritingMutex m_mutex; // guards what follows
     std::condition_variable m_work;
     std::string m_lines;
     bool m_isEnding = false;

@@ -1,8 +1,9 @@
 #pragma once
 
+#include "InheritingMutex.h"
+
 #include <cstddef>
 #include <cstdint>
-#include <mutex>
 #include <vector>
 
 namespace libobribase {
@@ -30,7 +31,7 @@ private:
     const int m_width;
     const int m_height;
     const int m_depth;
-    mutable std::mutex m_lock;
+    mutable InheritingMutex m_lock;
     uint64_t m_produced = 0;
     std::vector<uint16_t> m_pixels; ///< depth windows, used in turn
 };

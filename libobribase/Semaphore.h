@@ -1,6 +1,6 @@
 #pragma once
 
-#include <mutex>
+#include "InheritingMutex.h"
 
 namespace libobribase {
 
@@ -16,7 +16,7 @@ public:
     void V() { m_mutex.unlock(); }
 
 private:
-    std::mutex m_mutex;
+    InheritingMutex m_mutex;
 };
 
 /// Holds a semaphore for the life of a block.

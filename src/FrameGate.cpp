@@ -9,7 +9,7 @@ FrameGate& frameGate()
 
 void FrameGate::enterControl()
 {
-    std::unique_lock lock(m_mutex);
+    std::unique_lock<std::mutex> lock(m_mutex);
     if (m_depth == 0 || m_owner != std::this_thread::get_id()) {
         ++m_waiting;
         m_freed.wait(lock, [this] { return m_depth == 0; });
@@ -21,7 +21,7 @@ void FrameGate::enterControl()
 
 bool FrameGate::enterFrame(uint64_t session)
 {
-    std::unique_lock lock(m_mutex);
+    std::unique_lock<std::mutex> lock(m_mutex);
     m_freed.wait(lock, [this] { return m_depth == 0 && m_waiting == 0; });
     if (m_closed.load() || session == 0 || session != m_session.load())
         return false;

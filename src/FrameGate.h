@@ -1,9 +1,10 @@
 #pragma once
 
+#include "InheritingMutex.h"
+
 #include <atomic>
 #include <condition_variable>
 #include <cstdint>
-#include <mutex>
 #include <thread>
 
 /// Keeps control operations (stop, start, format, recordings) and frames apart.
@@ -72,7 +73,7 @@ private:
     bool enterFrame(uint64_t session);
     void leave();
 
-    std::mutex m_mutex;
+    libobribase::InheritingMutex m_mutex;
     std::condition_variable m_freed;
     std::thread::id m_owner; // meaningful while m_depth is not 0
     int m_depth = 0;

@@ -1,14 +1,14 @@
 #include "StreamStatus.h"
 
-#include <mutex>
+#include "InheritingMutex.h"
 
 namespace {
 
 // Functions instead of globals: a frame processor built during static initialisation may report, too. They are never
 // destroyed, for the streaming thread runs until the process ends.
-std::mutex& statusLock()
+libobribase::InheritingMutex& statusLock()
 {
-    static auto* lock = new std::mutex;
+    static auto* lock = new libobribase::InheritingMutex;
     return *lock;
 }
 

@@ -123,7 +123,7 @@ bool WriteBehindFile::WriteAtOnce(const char* bytes, size_t length)
 
 bool WriteBehindFile::Queue(const char* bytes, size_t length)
 {
-    std::unique_lock lock(m_mutex);
+    std::unique_lock<std::mutex> lock(m_mutex);
     for (size_t taken = 0; taken < length;) {
         m_hasWaited |= m_queued == m_queueBytes;
         m_room.wait(lock, [this] { return m_queued < m_queueBytes || m_error != 0; });
@@ -150,7 +150,7 @@ bool WriteBehindFile::Queue(const char* bytes, size_t length)
 // The queue holds what belongs together in the file: elsewhere is where an empty queue goes on.
 bool WriteBehindFile::Seek(off64_t* offset, int whence)
 {
-    std::unique_lock lock(m_mutex);
+    std::unique_lock<std::mutex> lock(m_mutex);
     const auto here = static_cast<off64_t>(m_end);
     const off64_t target = whence == SEEK_CUR ? here + *offset : *offset;
     if (whence == SEEK_END || target < 0) {
@@ -167,7 +167,7 @@ bool WriteBehindFile::Seek(off64_t* offset, int whence)
 
 bool WriteBehindFile::Drain()
 {
-    std::unique_lock lock(m_mutex);
+    std::unique_lock<std::mutex> lock(m_mutex);
     WaitUntilIdle(lock);
     errno = m_error;
     return m_error == 0;
@@ -193,7 +193,7 @@ uint64_t WriteBehindFile::WrittenUpTo()
 
 void WriteBehindFile::CutBackTo(uint64_t position)
 {
-    std::unique_lock lock(m_mutex);
+    std::unique_lock<std::mutex> lock(m_mutex);
     WaitUntilIdle(lock);
     // A device cannot be cut, but neither does it keep anything.
     [[maybe_unused]] const int cut = ftruncate64(m_file, static_cast<off64_t>(position));
@@ -212,7 +212,7 @@ void WriteBehindFile::Run()
     leaveSignalsToOthers();
     // Memory for the first frames, so that their thread need not wait for it.
     madvise(m_queue, std::min(m_queueBytes, sBytesFromTheStart), MADV_POPULATE_WRITE);
-    std::unique_lock lock(m_mutex);
+    std::unique_lock<std::mutex> lock(m_mutex);
     for (;;) {
         m_work.wait(lock, [this] { return m_queued > 0 || m_isClosing; });
         if (m_queued == 0)

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "InheritingMutex.h"
+
 #include <condition_variable>
 #include <cstddef>
 #include <cstdint>
@@ -66,7 +68,7 @@ private:
     char* m_queue = nullptr; // a ring of m_queueBytes
     std::thread m_thread;
 
-    std::mutex m_mutex; // guards what follows
+    libobribase::InheritingMutex m_mutex; // guards what follows
     std::condition_variable m_work, m_room;
     size_t m_head = 0;   // of the ring's oldest byte
     size_t m_queued = 0; // bytes
