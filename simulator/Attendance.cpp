@@ -34,13 +34,22 @@ int64_t Attendance::gapUntil(int64_t nowNs) const
     return nowNs - m_visitNs - (processorNs() - m_ranUntilVisit);
 }
 
-void Attendance::frameFinished(int64_t nowNs)
+void Attendance::frameBegun()
+{
+    m_ranUntilBegun = processorNs();
+}
+
+void Attendance::frameFinished(int64_t sinceNs)
 {
     if (!m_isLevel)
         return;
     m_isLevel = false;
-    m_beganNs = m_visitNs = nowNs;
-    m_ranBeforeNs = m_ranUntilVisit = processorNs();
+    m_beganNs = sinceNs;
+    m_ranBeforeNs = m_ranUntilBegun;
+    if (m_visitNs < sinceNs) {
+        m_visitNs = sinceNs;
+        m_ranUntilVisit = m_ranUntilBegun;
+    }
     m_longestGapNs = m_handled = 0;
 }
 
@@ -57,7 +66,7 @@ void Attendance::programCame()
     if (gettid() != m_thread) {
         m_thread = gettid();
         pthread_getcpuclockid(pthread_self(), &m_processorClock);
-        m_ranBeforeNs = m_ranUntilVisit = processorNs();
+        m_ranUntilBegun = m_ranBeforeNs = m_ranUntilVisit = processorNs();
     }
     m_longestGapNs = std::max(m_longestGapNs, gapUntil(now));
     m_visitNs = now;

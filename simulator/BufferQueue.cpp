@@ -49,10 +49,10 @@ int64_t BufferQueue::longestHeldSinceNs() const
     return std::ranges::min(m_buffers, {}, &SBuffer::heldSinceNs).heldSinceNs;
 }
 
-void BufferQueue::excuse(int64_t ns)
+void BufferQueue::excuse(int64_t ns, int64_t nowNs)
 {
     for (SBuffer& buffer : m_buffers)
-        buffer.heldSinceNs += ns;
+        buffer.heldSinceNs = std::min(buffer.heldSinceNs + ns, nowNs);
 }
 
 bool BufferQueue::queue(int index)

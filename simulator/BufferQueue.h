@@ -51,8 +51,8 @@ public:
     bool isNoneWithProgram() const;
     /// The earliest heldSinceNs, while no buffer is free.
     int64_t longestHeldSinceNs() const;
-    /// The camera kept the program from working for so long.
-    void excuse(int64_t ns);
+    /// The camera kept the program waiting for so long until now. @param nowNs  monotonic
+    void excuse(int64_t ns, int64_t nowNs);
     /// The next buffer to fill, or -1.
     int beginFilling();
     /// The filled buffer waits for the program.

@@ -125,11 +125,29 @@ Camera::Request Camera::findRequest(const SHandle& handle, uint32_t code)
     return handle.metadata ? search(sMetadataRequests) : search(sVideoRequests);
 }
 
+// A driver keeps a program waiting for microseconds. Whoever has the monitor is a thread like others: when it is kept
+// from running, the program cannot even take a frame.
+void Camera::enter()
+{
+    if (m_monitor.try_lock())
+        return;
+    const int64_t came = monotonicNs();
+    pid_t self = gettid();
+    m_waitingSinceNs = came;
+    m_caller = self;
+    m_monitor.lock();
+    m_caller.compare_exchange_strong(self, 0); // another thread may wait as well
+    if (!m_attendance.isOf(gettid()))
+        return;
+    const int64_t now = monotonicNs();
+    m_buffers.excuse(now - came, now);
+    m_attendance.excuse(now - came);
+}
+
 int Camera::ioctl(int fd, uint32_t request, void* argument)
 {
-    m_caller = gettid();
-    std::lock_guard lock(m_monitor);
-    m_caller = 0;
+    enter();
+    std::lock_guard lock(m_monitor, std::adopt_lock);
     SHandle* handle = handleOf(fd);
     if (!handle)
         return -EBADF;

@@ -82,6 +82,7 @@ private:
     SHandle* handleOf(int fd);
     bool isOwnedByOther(const SHandle& handle) const;
     void signalAll();
+    void enter();
 
     // CameraFormat.cpp: what the camera is and what it can send
     int queryCapabilities(SHandle&, void*);
@@ -127,11 +128,12 @@ private:
     SExposure nextExposure() const;
     bool waitUntilRead(const SExposure& exposure);
     bool waitForBuffer();
-    void excuseOwnDelay(const SExposure& exposure);
-    bool misfortune(const SExposure& exposure);
+    int64_t patienceEndsNs();
+    bool misfortune(std::unique_lock<Monitor>& lock, const SExposure& exposure);
     void fillBuffer(std::unique_lock<Monitor>& lock, const SExposure& exposure, int index);
     SFrameJob describeFrame(const SExposure& exposure) const;
-    void lose(const SExposure& exposure);
+    void leaveUnsent(std::unique_lock<Monitor>& lock, const SExposure& exposure,
+                     const std::optional<SBacklog>& loss = {});
     void report(const SExposure& exposure, bool sent, uint64_t hash, const std::optional<SBacklog>& loss = {}) const;
     void die();
     bool unplugIsDue() const;
@@ -144,8 +146,9 @@ private:
     const SIdentity m_identity;
     const Unplugged m_unplugged;
 
-    std::atomic<pid_t> m_caller{0}; // the thread of the program that waits for the monitor; 0: none
-    Monitor m_monitor;              // guards everything below
+    std::atomic<pid_t> m_caller{0};           // the thread of the program that waits for the monitor; 0: none
+    std::atomic<int64_t> m_waitingSinceNs{0}; // for the monitor; monotonic, of the latest that did
+    Monitor m_monitor;                        // guards everything below
     Clock m_clock;
     Journal m_journal;
     std::unique_ptr<FrameComposer> m_composer; // the frame thread's own
@@ -160,8 +163,10 @@ private:
     bool m_gone = false, m_streaming = false;
     bool m_dying = false, m_dead = false; // this stream will break, has broken
     std::thread m_maker;
+    bool m_wantsBuffer = false;   // the frame thread waits for one
+    int64_t m_noticedSinceNs = 0; // the m_waitingSinceNs of the latest waiting that it noticed,
+    int64_t m_noticedNs = 0;      // and when it did
     int64_t m_nextStartNs = 0;    // camera time
-    int64_t m_delayCountedNs = 0; // until when its own delay has been counted; monotonic
     int64_t m_streamFrames = 0;   // exposures of this stream
     uint32_t m_frameId = 0;       // exposures since the start
     uint32_t m_sequence = 0;

@@ -101,7 +101,8 @@ int Camera::queueBuffer(SHandle& handle, void* argument)
     m_buffers.at(index).damaged = false;
     m_attendance.programGaveBack(m_buffers.isNoneWithProgram());
     describeBuffer(index, buffer);
-    m_monitor.notifyAll();
+    if (m_wantsBuffer)
+        m_monitor.notifyAll();
     return 0;
 }
 
@@ -117,9 +118,7 @@ int Camera::waitForFrame(const SHandle& handle)
             return 0;
         if (!handle.blocking)
             return -EAGAIN;
-        m_caller = gettid();
         m_monitor.wait();
-        m_caller = 0;
     }
 }
 

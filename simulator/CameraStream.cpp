@@ -88,22 +88,25 @@ void Camera::makeFrame(std::unique_lock<Monitor>& lock)
     const SExposure exposure = nextExposure();
     if (!waitUntilRead(exposure))
         return;
-    excuseOwnDelay(exposure);
     m_frameId = exposure.frameId;
     m_nextStartNs = exposure.readNs;
     m_clock.advanceTo(exposure.readNs);
     ++m_streamFrames;
-    if (misfortune(exposure))
+    if (misfortune(lock, exposure))
         return;
-    if (!waitForBuffer())
-        return lose(exposure);
-    fillBuffer(lock, exposure, m_buffers.beginFilling());
+    if (waitForBuffer())
+        return fillBuffer(lock, exposure, m_buffers.beginFilling());
+    if (!m_streaming || m_gone || unplugIsDue()) // it is not the program's fault
+        return leaveUnsent(lock, exposure);
+    ++m_sequence;
+    leaveUnsent(lock, exposure, m_attendance.backlog(m_caller));
 }
 
 // True when the exposure has been read; false when the stream ended before.
 bool Camera::waitUntilRead(const SExposure& exposure)
 {
     const int64_t due = m_clock.monotonicAt(exposure.readNs);
+    m_wantsBuffer = m_options.paceByBuffers;
     while (m_streaming && !m_gone) {
         if (unplugIsDue())
             pullCable();
@@ -122,7 +125,7 @@ int64_t Camera::nextLookNs() const
 }
 
 // Everything that can happen to a frame besides being sent; true when it is not sent.
-bool Camera::misfortune(const SExposure& exposure)
+bool Camera::misfortune(std::unique_lock<Monitor>& lock, const SExposure& exposure)
 {
     const int64_t number = int64_t{exposure.frameId} - 1, inStream = m_streamFrames - 1;
     if (FaultCounter(m_options.unplug).covers(number))
@@ -134,7 +137,7 @@ bool Camera::misfortune(const SExposure& exposure)
         return false;
     if (silent && m_options.paceByBuffers) // nothing else would make the time pass
         m_monitor.waitUntil(monotonicNs() + framePeriod());
-    report(exposure, false, 0);
+    leaveUnsent(lock, exposure);
     return true;
 }
 
@@ -151,30 +154,37 @@ void Camera::die()
 // program could not know.
 bool Camera::waitForBuffer()
 {
+    m_wantsBuffer = true;
     while (m_streaming && !m_gone && !m_buffers.hasQueued() && !unplugIsDue()) {
-        const int64_t patience = m_buffers.longestHeldSinceNs() + m_buffers.count() * framePeriod();
+        const int64_t patience = patienceEndsNs();
         if (monotonicNs() >= patience)
             break;
         m_monitor.waitUntil(std::min(patience, nextLookNs()));
-        m_delayCountedNs = monotonicNs();
     }
+    m_wantsBuffer = false;
     return m_buffers.hasQueued();
 }
 
-// Had this thread the monitor while it was kept from running, the program could not even take a frame.
-void Camera::excuseOwnDelay(const SExposure& exposure)
+// A program that stands at the door gets a period to come in; what it waited there is excused then.
+int64_t Camera::patienceEndsNs()
 {
-    const int64_t now = monotonicNs();
-    const int64_t delay = now - std::max(m_clock.monotonicAt(exposure.readNs), m_delayCountedNs);
-    if (delay > framePeriod())
-        m_buffers.excuse(delay);
-    m_delayCountedNs = now;
+    const int64_t patience = m_buffers.longestHeldSinceNs() + m_buffers.count() * framePeriod();
+    if (m_caller == 0 || !m_attendance.isOf(m_caller))
+        return patience;
+    if (m_noticedSinceNs != m_waitingSinceNs) {
+        m_noticedSinceNs = m_waitingSinceNs;
+        m_noticedNs = monotonicNs();
+    }
+    return std::max(patience, m_noticedNs + framePeriod());
 }
 
-void Camera::lose(const SExposure& exposure)
+// The log's disk may keep this thread waiting: not with the lock.
+void Camera::leaveUnsent(std::unique_lock<Monitor>& lock, const SExposure& exposure,
+                         const std::optional<SBacklog>& loss)
 {
-    ++m_sequence;
-    report(exposure, false, 0, m_attendance.backlog(m_caller));
+    lock.unlock();
+    report(exposure, false, 0, loss);
+    lock.lock();
 }
 
 void Camera::report(const SExposure& exposure, bool sent, uint64_t hash, const std::optional<SBacklog>& loss) const
@@ -210,6 +220,7 @@ void Camera::fillBuffer(std::unique_lock<Monitor>& lock, const SExposure& exposu
     const bool isShort = FaultCounter(m_options.shortFrame).covers(int64_t{exposure.frameId} - 1);
     uint8_t* data = m_buffers.data(index);
     m_buffers.at(index).heldSinceNs = monotonicNs();
+    m_attendance.frameBegun();
     lock.unlock();
     m_composer->compose(job, data);
     report(exposure, true, m_composer->hash());
@@ -220,8 +231,10 @@ void Camera::fillBuffer(std::unique_lock<Monitor>& lock, const SExposure& exposu
     buffer.sequence = m_sequence++;
     buffer.frameId = exposure.frameId;
     buffer.timestampNs = monotonicNs();
+    // To make a frame takes a fraction of its period: what goes beyond was this thread's wait, not the program's work.
+    buffer.heldSinceNs = std::max(buffer.heldSinceNs, buffer.timestampNs - framePeriod());
     m_buffers.finishFilling(index);
-    m_attendance.frameFinished(buffer.timestampNs);
+    m_attendance.frameFinished(buffer.heldSinceNs);
     signalFrame();
 }
 

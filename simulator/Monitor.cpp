@@ -6,7 +6,11 @@ namespace obrisim {
 
 Monitor::Monitor()
 {
-    pthread_mutex_init(&m_mutex, nullptr);
+    pthread_mutexattr_t protocol;
+    pthread_mutexattr_init(&protocol);
+    pthread_mutexattr_setprotocol(&protocol, PTHREAD_PRIO_INHERIT);
+    pthread_mutex_init(&m_mutex, &protocol);
+    pthread_mutexattr_destroy(&protocol);
     pthread_condattr_t attributes;
     pthread_condattr_init(&attributes);
     pthread_condattr_setclock(&attributes, CLOCK_MONOTONIC);
