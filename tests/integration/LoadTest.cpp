@@ -43,7 +43,8 @@ struct SLoad {
     int framesPerSecond; ///< asked of the camera
     int exposureMs;
     double seconds;
-    bool mayLose; ///< faster than this machine promises
+    bool mayLose;         ///< faster than this machine promises
+    bool isAlone = false; ///< no other program writes
 };
 
 std::ostream& operator<<(std::ostream& stream, const SLoad& load)
@@ -64,13 +65,15 @@ std::vector<SLoad> loads()
             {"FullFastestByBuffers", sFullSize, "buffers", 1000, 1, seconds / 3, false},
             {"FullAt25InTime", sFullSize, "time", 25, 40, seconds / 2, true},
             {"FullAt60InTime", sFullSize, "time", 60, 1, seconds / 3, true},
-            {"SmallAt500InTime", sSmallSize, "time", 500, 1, seconds, true}};
+            {"SmallAt500InTime", sSmallSize, "time", 500, 1, seconds, true},
+            {"SmallAt1000Alone", sSmallSize, "time", 1000, 1, seconds, true, true}};
 }
 
 /// A frame that found no buffer, and how the program was doing then, as the camera's log tells it. Times in ns.
 struct SLostFrame {
     uint32_t id = 0;
-    int64_t handled = 0;   ///< frames the program gave back since it fell behind
+    int64_t behind = 0;    ///< since when the program was behind without a break
+    int64_t handled = 0;   ///< frames it gave back in that
     int64_t gap = 0;       ///< the longest it was kept from running in that
     char state = 0;        ///< what it was doing; 0: the frame was lost for another reason
     size_t before = 0;     ///< frames of the recording that were sent before it
@@ -91,9 +94,9 @@ std::vector<SLostFrame> lostFrames(const std::vector<std::string>& log, std::pai
         SLostFrame frame{.before = sent, .line = line};
         std::string fate, other;
         words >> frame.id >> fate;
-        for (int column = 0; column < 7; ++column)
+        for (int column = 0; column < 6; ++column)
             words >> other;
-        words >> frame.handled >> other >> frame.gap >> frame.state;
+        words >> frame.behind >> frame.handled >> other >> frame.gap >> frame.state;
         if (frame.id < span.first || frame.id > span.second)
             continue;
         sent += fate == "sent";
@@ -139,20 +142,21 @@ int64_t processorTime(pid_t thread)
     return used;
 }
 
-/// Prints how frames were lost. @return how many without a single gap longer than five periods: a wait for a processor,
-/// or one in which it gave back no frame, because interrupts took its processor or its first frame came too late for it
-size_t printLosses(const std::vector<SLostFrame>& lost, int64_t periodNs)
+/// Prints how frames were lost. Each falls into five periods and more in which the program could not get level: that is
+/// when the camera gives up. While it was kept from running for that long, its clock stood still; under interrupts,
+/// its clock runs.
+void printLosses(const std::vector<SLostFrame>& lost, int64_t periodNs)
 {
     int64_t longest = 0;
-    size_t waiting = 0, idle = 0, several = 0;
+    size_t still = 0;
     for (const SLostFrame& frame : lost) {
         longest = std::max(longest, frame.gap);
-        ++(frame.gap > 5 * periodNs ? waiting : frame.handled == 0 ? idle : several);
+        still += frame.gap > 5 * periodNs;
     }
-    printf("load: %zu lost in one wait longer than five periods, %zu in one gap of that length that was no wait alone, "
-           "%zu in several gaps; the longest wait %.1f ms\n",
-           waiting, idle, several, static_cast<double>(longest) / 1e6);
-    return several;
+    printf("load: %zu lost in one wait longer than five periods, %zu in such a stretch of interrupts or several waits; "
+           "the "
+           "longest wait %.1f ms\n",
+           still, lost.size() - still, static_cast<double>(longest) / 1e6);
 }
 
 /// Seconds of a recording by the camera's clock.
@@ -196,7 +200,9 @@ TEST_P(Load, LosesNothingThatWasSentAndCountsWhatWasNot)
     const pid_t streaming = threadOf(program, "streaming");
     const bool hasPriority = sched_getscheduler(streaming) == (SCHED_RR | SCHED_RESET_ON_FORK);
     {
-        const std::jthread writer(writeBeside, program.folder() / "other-program.dat", &written);
+        std::jthread writer;
+        if (!load.isAlone)
+            writer = std::jthread(writeBeside, program.folder() / "other-program.dat", &written);
         ASSERT_NO_FATAL_FAILURE(startRecording(program));
         used = -processorTime(streaming);
         ASSERT_TRUE(program.waitForMoreFrames(sStallCountdown));
@@ -216,16 +222,20 @@ TEST_P(Load, LosesNothingThatWasSentAndCountsWhatWasNot)
         EXPECT_GT(seconds, 0.98 * load.seconds) << "the camera did not keep its rate";
     }
     const int64_t cost = used / static_cast<int64_t>(std::max<size_t>(held.frames, 1));
-    printf("load %s: %.3f ms of the streaming thread for a frame\n", load.name, static_cast<double>(cost) / 1e6);
+    printf("load %s: %.3f ms of the streaming thread (%s) for a frame\n", load.name, static_cast<double>(cost) / 1e6,
+           hasPriority ? "real-time" : "ordinary");
     EXPECT_GT(cost, 0) << "no thread of the name";
     if (load.mayLose) {
         const auto lost = lostFrames(program.frameLog(), *held.span);
         EXPECT_EQ(lost.size(), held.lostByCamera);
         const int64_t period = 1'000'000'000 / load.framesPerSecond;
-        const size_t several = printLosses(lost, period);
-        // In a short run beside whatever else a machine has to do, interrupts split a gap now and then.
-        EXPECT_TRUE(several == 0 || !isNightly() || !hasPriority || isBusyElsewhere());
+        printLosses(lost, period);
         EXPECT_LT(cost, period / 2);
+        // A program that takes long for a frame now and then loses frames with nothing else to do. So it does, a few,
+        // where the machine below takes the processor away for milliseconds.
+        if (load.isAlone) {
+            EXPECT_LT(400 * lost.size(), held.frames) << testing::PrintToString(lost);
+        }
         EXPECT_THAT(unexplained(lost), IsEmpty());
     }
     if (!load.mayLose)
