@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cassert>
 #include <cerrno>
+#include <chrono>
 #include <csignal>
 #include <cstring>
 #include <exception>
@@ -15,9 +16,10 @@
 namespace libobrifile {
 
 namespace {
-constexpr size_t sLongestWrite = 1 << 20;       // bytes; the room they had is free again after each
-constexpr size_t sBytesFromTheStart = 16 << 20; // of the queue's memory
-constexpr mode_t sModeOfNewFiles = 0666;        // less what the user's mask takes
+constexpr size_t sLongestWrite = 1 << 20;           // bytes; the room they had is free again after each
+constexpr size_t sBytesFromTheStart = 16 << 20;     // of the queue's memory
+constexpr std::chrono::milliseconds sGathering(10); // time for less than the longest write to become more
+constexpr mode_t sModeOfNewFiles = 0666;            // less what the user's mask takes
 
 struct SWritten {
     size_t bytes;
@@ -142,7 +144,8 @@ bool WriteBehindFile::Queue(const char* bytes, size_t length)
         m_queued += piece;
         m_end += piece;
         taken += piece;
-        m_work.notify_one();
+        if (!m_isGathering || IsWorthAWrite())
+            m_work.notify_one();
     }
     return true;
 }
@@ -203,7 +206,25 @@ void WriteBehindFile::CutBackTo(uint64_t position)
 
 void WriteBehindFile::WaitUntilIdle(std::unique_lock<std::mutex>& lock)
 {
+    m_isHurried = true;
+    m_work.notify_one();
     m_room.wait(lock, [this] { return m_queued == 0; });
+    m_isHurried = false;
+}
+
+bool WriteBehindFile::IsWorthAWrite() const
+{
+    return m_queued >= std::min(sLongestWrite, m_queueBytes) || m_isHurried || m_isClosing;
+}
+
+// With small frames, the thread of frames would meet this one at the lock several times a frame, and wake it as often:
+// a little is left to become more.
+void WriteBehindFile::WaitForWork(std::unique_lock<std::mutex>& lock)
+{
+    m_work.wait(lock, [this] { return m_queued > 0 || m_isClosing; });
+    m_isGathering = true;
+    m_work.wait_for(lock, sGathering, [this] { return IsWorthAWrite(); });
+    m_isGathering = false;
 }
 
 void WriteBehindFile::Run()
@@ -214,7 +235,8 @@ void WriteBehindFile::Run()
     madvise(m_queue, std::min(m_queueBytes, sBytesFromTheStart), MADV_POPULATE_WRITE);
     std::unique_lock<std::mutex> lock(m_mutex);
     for (;;) {
-        m_work.wait(lock, [this] { return m_queued > 0 || m_isClosing; });
+        if (m_queued == 0) // what came during a write goes at once: only an empty queue begins again in front
+            WaitForWork(lock);
         if (m_queued == 0)
             return;
         const size_t piece = std::min({m_queued, m_queueBytes - m_head, sLongestWrite});

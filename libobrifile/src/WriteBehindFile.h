@@ -62,6 +62,8 @@ private:
     bool Close();
     void Run();
     void WaitUntilIdle(std::unique_lock<std::mutex>& lock);
+    bool IsWorthAWrite() const;
+    void WaitForWork(std::unique_lock<std::mutex>& lock);
 
     const size_t m_queueBytes;
     int m_file = -1;
@@ -75,6 +77,8 @@ private:
     uint64_t m_end = 0;  // position in the file of the byte behind the queue's last: the queue has no gaps
     int m_error = 0;
     bool m_isClosing = false;
+    bool m_isHurried = false;   // somebody waits for the file
+    bool m_isGathering = false; // the thread waits for more to write
     bool m_hasWaited = false;
 };
 
