@@ -112,7 +112,7 @@ std::vector<SLostFrame> lostFrames(const std::vector<std::string>& log, std::pai
 /// from its work for about five periods. It waits for a processor then (R), or in a request for the simulated camera's
 /// thread, which waits for one itself (C). One that waits for a disk, a lock or the main loop is in D or S; one that is
 /// too slow shows it in the cost of all frames. What its clock shows beyond that cost is not its own: under such a
-/// writer, the interrupts of the disk take up to 5 ms of the thread they meet, and the machine below may take more.
+/// writer, the interrupts of the disk take milliseconds of the thread they meet, and the machine below may take more.
 /// While the recording starts, the program waits until its file is open; the frames in the five buffers come into it
 /// first.
 std::vector<SLostFrame> unexplained(std::vector<SLostFrame> lost)
@@ -154,8 +154,7 @@ void printLosses(const std::vector<SLostFrame>& lost, int64_t periodNs)
         still += frame.gap > 5 * periodNs;
     }
     printf("load: %zu lost in one wait longer than five periods, %zu in such a stretch of interrupts or several waits; "
-           "the "
-           "longest wait %.1f ms\n",
+           "the longest wait %.1f ms\n",
            still, lost.size() - still, static_cast<double>(longest) / 1e6);
 }
 
