@@ -72,7 +72,7 @@ void AdvWriter::OnRecordFrame(uint8_t* frameData, uint64_t length, uint64_t date
     m_mainIndexEntries.push_back(entry);
 }
 
-// Which frames the disk took is known after they were handed over, some frames later when it is slow.
+// Which frames the disk took is known after they were handed over, some frames later when they are small or it is slow.
 void AdvWriter::CutToWholeFrames()
 {
     const uint64_t written = WrittenUpTo();

@@ -15,9 +15,9 @@ namespace libobrifile {
 /// A file written by a thread of its own, so that the thread of frames never waits for the disk.
 ///
 /// What goes into the stream is written at once, until FallBehind; from then on it is copied into a queue and reaches
-/// the file soon after, in order. The queue bridges a disk that stands still: five seconds of the camera's largest
-/// frames at its full rate. When it is full, writing into the stream waits. As long as the disk comes level now and
-/// then, little of its memory is touched.
+/// the file soon after (a little waits 10 ms for more), in order. The queue bridges a disk that stands still: five
+/// seconds of the camera's largest frames at its full rate. When it is full, writing into the stream waits. As long as
+/// the disk comes level now and then, little of its memory is touched.
 ///
 /// A write that fails drops what is queued. It is told by the next flush of the stream, by Drain and by Error, until
 /// CutBackTo. Whoever ends the process without closing the stream loses what is queued.
