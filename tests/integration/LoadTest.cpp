@@ -142,20 +142,23 @@ int64_t processorTime(pid_t thread)
     return used;
 }
 
-/// Prints how frames were lost. Each falls into five periods and more in which the program could not get level: that is
-/// when the camera gives up. While it was kept from running for that long, its clock stood still; under interrupts,
-/// its clock runs.
-void printLosses(const std::vector<SLostFrame>& lost, int64_t periodNs)
+/// Prints how frames were lost. @return those lost without a single gap longer than five periods: a wait for a
+/// processor, or one in which no frame was given back, because interrupts took the processor
+std::vector<SLostFrame> lostInSeveralGaps(const std::vector<SLostFrame>& lost, int64_t periodNs)
 {
     int64_t longest = 0;
-    size_t still = 0;
+    size_t waiting = 0;
+    std::vector<SLostFrame> several;
     for (const SLostFrame& frame : lost) {
         longest = std::max(longest, frame.gap);
-        still += frame.gap > 5 * periodNs;
+        waiting += frame.gap > 5 * periodNs;
+        if (frame.gap <= 5 * periodNs && frame.handled > 0)
+            several.push_back(frame);
     }
-    printf("load: %zu lost in one wait longer than five periods, %zu in such a stretch of interrupts or several waits; "
-           "the longest wait %.1f ms\n",
-           still, lost.size() - still, static_cast<double>(longest) / 1e6);
+    printf("load: %zu lost in one wait longer than five periods, %zu in one gap of that length that was no wait alone, "
+           "%zu in several gaps; the longest wait %.1f ms\n",
+           waiting, lost.size() - waiting - several.size(), several.size(), static_cast<double>(longest) / 1e6);
+    return several;
 }
 
 /// Seconds of a recording by the camera's clock.
@@ -228,7 +231,11 @@ TEST_P(Load, LosesNothingThatWasSentAndCountsWhatWasNot)
         const auto lost = lostFrames(program.frameLog(), *held.span);
         EXPECT_EQ(lost.size(), held.lostByCamera);
         const int64_t period = 1'000'000'000 / load.framesPerSecond;
-        printLosses(lost, period);
+        const auto several = lostInSeveralGaps(lost, period);
+        // In a short run beside whatever else a machine has to do, interrupts split a gap now and then.
+        if (isNightly() && hasPriority && !isBusyElsewhere()) {
+            EXPECT_THAT(several, IsEmpty());
+        }
         EXPECT_LT(cost, period / 2);
         // A program that takes long for a frame now and then loses frames with nothing else to do. So it does, a few,
         // where the machine below takes the processor away for milliseconds.
